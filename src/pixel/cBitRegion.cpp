@@ -93,9 +93,10 @@ void cBitRegion::Crop() {
 
 // Offset moves the selection only. The selection tool calls it on every mouse move of a drag,
 // where rebuilding the data array and the scaled copy each time would be wasted work: the
-// moving outline is drawn from the selection itself, and the arrays catch up at the next rebuild
-// (a shape, Invert, Region set, a zoom change). Until then GetData, SaveToFile and RegionScaled
-// still show the selection where it was before the move.
+// moving outline is drawn from the selection itself, and the arrays catch up when the data is
+// next rebuilt (a shape, Invert, Region set). A zoom change rebuilds only the scaled copy, from
+// the old array. Until then GetData, SaveToFile and RegionScaled show the selection where it
+// was before the move.
 void cBitRegion::Offset(int dx, int dy) {
     if (region_) region_->Offset(dx, dy);
 }

@@ -22,12 +22,10 @@ TEST(cDIBSection, ScanLinesArePaddedToFourBytes) {
         EXPECT_EQ(cDIBSection::BytesPerScanLineFor(e[0]), e[1]) << e[0];
 }
 
-TEST(cDIBSection, CreateAndClearUpFollowTheLifeCycle) {
+TEST(cDIBSection, CreateAndClearUpFollowTheLifeCycleOverBottomUpMemory) {
     cDIBSection s;
+    s.ClearUp(); // harmless on an empty object
     EXPECT_TRUE(s.IsEmpty());
-    s.ClearUp();
-    s.ClearUp(); // twice on an empty object is harmless
-
     EXPECT_FALSE(s.Create(0, 5));
     EXPECT_FALSE(s.Create(5, -1));
     EXPECT_TRUE(s.IsEmpty());
@@ -38,22 +36,16 @@ TEST(cDIBSection, CreateAndClearUpFollowTheLifeCycle) {
     EXPECT_EQ(s.BytesPerScanLine(), 16);
     ASSERT_NE(s.DIBSectionBitsPtr(), nullptr);
     EXPECT_EQ(s.DIBSectionBitsPtr()[0], 0);
+    s.Pixel(1, 0, 2) = 9; // red of the second pixel of the top row, which is the last in memory
+    EXPECT_EQ(s.DIBSectionBitsPtr()[2 * 16 + 3 + 2], 9);
 
     ASSERT_TRUE(s.Create(2, 2)); // a live section is released first
     EXPECT_EQ(s.Width(), 2);
     s.ClearUp();
-    s.ClearUp();
+    s.ClearUp(); // twice is harmless
     EXPECT_TRUE(s.IsEmpty());
     EXPECT_EQ(s.DIBSectionBitsPtr(), nullptr);
     EXPECT_EQ(s.Width(), 0);
-}
-
-TEST(cDIBSection, MemoryIsBottomUp) {
-    cDIBSection s;
-    ASSERT_TRUE(s.Create(2, 3));
-    s.Pixel(1, 0, 2) = 9; // top row, red of the second pixel
-    const std::uint8_t* mem = s.DIBSectionBitsPtr();
-    EXPECT_EQ(mem[2 * s.BytesPerScanLine() + 3 + 2], 9);
 }
 
 TEST(cDIBSection, BlockTransfersClipAndApplyTheRasterOperation) {
@@ -101,18 +93,7 @@ TEST(cDIBSection, BlockTransfersClipAndApplyTheRasterOperation) {
     }
 }
 
-TEST(cDIBSection, CopyToClipboardAsDibExplainsAndDeclines) {
-    test::RecordingPort port;
-    cDIBSection s;
-    ASSERT_TRUE(s.Create(2, 1));
-    EXPECT_FALSE(s.CopyToClipboard(port, true));
-    ASSERT_EQ(port.messages.size(), 1u);
-    EXPECT_EQ(port.messages[0].text,
-              "I don't know how to put a DIB on the clipboard! Copy as bitmap instead!!!");
-    EXPECT_FALSE(port.clipboard.has_value());
-}
-
-TEST(cDIBSection, CopyToClipboardHandsOverATopDownBitmap) {
+TEST(cDIBSection, CopyToClipboardHandsOverATopDownBitmapAndDeclinesADib) {
     test::RecordingPort port;
     cDIBSection s;
     ASSERT_TRUE(s.Create(2, 2));
@@ -129,33 +110,34 @@ TEST(cDIBSection, CopyToClipboardHandsOverATopDownBitmap) {
     port.clipboardAccepts = false;
     EXPECT_FALSE(s.CopyToClipboard(port));
     EXPECT_FALSE(cDIBSection().CopyToClipboard(port));
+
+    port.clipboard.reset();
+    port.clipboardAccepts = true;
+    EXPECT_FALSE(s.CopyToClipboard(port, true));
+    ASSERT_EQ(port.messages.size(), 1u);
+    EXPECT_EQ(port.messages[0].text,
+              "I don't know how to put a DIB on the clipboard! Copy as bitmap instead!!!");
+    EXPECT_FALSE(port.clipboard.has_value());
 }
 
 TEST(cDIBSection, RandomiseBitsKeepsBlueZeroInColourAndEqualBytesInGrey) {
     cDIBSection s;
     ASSERT_TRUE(s.Create(13, 11)); // 39 bytes a row: one padding byte per row
-    s.RandomiseBits(false);
-    int nonZeroGreen = 0, nonZeroRed = 0;
-    for (int y = 0; y < 11; ++y)
-        for (int x = 0; x < 13; ++x) {
-            EXPECT_EQ(s.Pixel(x, y, 0), 0);
-            nonZeroGreen += s.Pixel(x, y, 1) != 0;
-            nonZeroRed += s.Pixel(x, y, 2) != 0;
+    for (const bool grey : {false, true}) {
+        s.RandomiseBits(grey);
+        int variedGreen = 0, variedRed = 0;
+        for (int y = 0; y < 11; ++y) {
+            for (int x = 0; x < 13; ++x) {
+                const int b = s.Pixel(x, y, 0), g = s.Pixel(x, y, 1), r = s.Pixel(x, y, 2);
+                EXPECT_TRUE(grey ? b == g && g == r : b == 0) << grey << " " << x << "," << y;
+                variedGreen += g != s.Pixel(0, 0, 1);
+                variedRed += r != s.Pixel(0, 0, 2);
+            }
+            EXPECT_EQ(s.DIBSectionBitsPtr()[y * 40 + 39], 0) << "padding";
         }
-    EXPECT_GT(nonZeroGreen, 100);
-    EXPECT_GT(nonZeroRed, 100);
-
-    s.RandomiseBits(true);
-    int distinct = 0;
-    for (int y = 0; y < 11; ++y)
-        for (int x = 0; x < 13; ++x) {
-            EXPECT_EQ(s.Pixel(x, y, 0), s.Pixel(x, y, 1));
-            EXPECT_EQ(s.Pixel(x, y, 1), s.Pixel(x, y, 2));
-            distinct += s.Pixel(x, y, 0) != s.Pixel(0, 0, 0);
-        }
-    EXPECT_GT(distinct, 100);
-    for (int y = 0; y < 11; ++y)
-        EXPECT_EQ(s.DIBSectionBitsPtr()[y * 40 + 39], 0) << "padding";
+        EXPECT_GT(variedGreen, 100) << grey;
+        EXPECT_GT(variedRed, 100) << grey;
+    }
 }
 
 TEST(cDIBSection, ResampleToTheSameSizeIsAnExactCopy) {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 namespace velmar {
 namespace {
 
@@ -18,11 +20,8 @@ TEST(Colour, RGBToHLSPlacesThePrimariesOnTheSixUnitScale) {
         {0, 0, 255, 4.0f, 1.0f, 0.5f},
         {255, 0, 51, -0.2f, 1.0f, 0.5f}, // red with some blue: just below 0
         {255, 255, 0, 1.0f, 1.0f, 0.5f},
-        {0, 0, 0, 0.0f, 0.0f, 0.0f},
-        {255, 255, 255, 0.0f, 0.0f, 1.0f},
     };
-    for (std::size_t i = 0; i < std::size(cases); ++i) {
-        const Case& c = cases[i];
+    for (const Case& c : cases) {
         float h = -9, s = -9, l = -9;
         RGBToHLS(c.r, c.g, c.b, h, s, l);
         EXPECT_FLOAT_EQ(h, c.h) << c.r << "," << c.g << "," << c.b;
@@ -44,16 +43,13 @@ TEST(Colour, RGBToHLSPlacesThePrimariesOnTheSixUnitScale) {
     EXPECT_NEAR(l, 80.0f / 255.0f, 1e-6);
 }
 
+// The primaries come back through the round trip below; these are the branches worked by hand.
 TEST(Colour, HLSToRGBWorkedByHand) {
     struct Case {
         float h, s, l;
         int r, g, b;
     };
     const Case cases[] = {
-        {0.0f, 1.0f, 0.5f, 255, 0, 0},
-        {-0.2f, 1.0f, 0.5f, 255, 0, 51},
-        {4.0f, 1.0f, 0.5f, 0, 0, 255},
-        {2.0f, 1.0f, 0.5f, 0, 255, 0},
         // L above half: mn = .75 - .25 * .5 = .625, mx = .875, e = .25; g = mx, r = mn,
         // b = e * .5 + mn = .75: 159.375, 223.125, 191.25.
         {2.5f, 0.5f, 0.75f, 159, 223, 191},
@@ -73,31 +69,23 @@ TEST(Colour, HLSToRGBWorkedByHand) {
     }
 }
 
+// Every grey (hue and saturation 0) and a grid of colours come back unchanged.
 TEST(Colour, GreysAndAGridOfColoursSurviveTheRoundTrip) {
-    for (int v = 0; v < 256; ++v) {
+    const auto check = [](int R, int G, int B) {
         float h, s, l;
-        RGBToHLS(v, v, v, h, s, l);
-        EXPECT_EQ(h, 0.0f);
-        EXPECT_EQ(s, 0.0f);
+        RGBToHLS(R, G, B, h, s, l);
+        EXPECT_TRUE(R != G || G != B || (h == 0.0f && s == 0.0f)) << "grey " << R;
+        EXPECT_TRUE(h >= -1.0f && h < 5.0f) << h;
         std::int32_t r, g, b;
         HLSToRGB(h, s, l, r, g, b);
-        EXPECT_EQ(r, v);
-        EXPECT_EQ(g, v);
-        EXPECT_EQ(b, v);
-    }
+        EXPECT_EQ((std::array{r, g, b}), (std::array{R, G, B}));
+    };
+    for (int v = 0; v < 256; ++v)
+        check(v, v, v);
     for (int R = 0; R < 256; R += 17)
         for (int G = 0; G < 256; G += 17)
-            for (int B = 0; B < 256; B += 17) {
-                float h, s, l;
-                RGBToHLS(R, G, B, h, s, l);
-                ASSERT_GE(h, -1.0f);
-                ASSERT_LT(h, 5.0f);
-                std::int32_t r, g, b;
-                HLSToRGB(h, s, l, r, g, b);
-                ASSERT_EQ(r, R) << R << "," << G << "," << B;
-                ASSERT_EQ(g, G) << R << "," << G << "," << B;
-                ASSERT_EQ(b, B) << R << "," << G << "," << B;
-            }
+            for (int B = 0; B < 256; B += 17)
+                check(R, G, B);
 }
 
 TEST(Colour, AResultBeyondALongIsTheOverflowError) {
@@ -116,10 +104,7 @@ TEST(Colour, HueFromSliderWrapsAbove200) {
     EXPECT_EQ(HueFromSlider(200), 200);
     EXPECT_EQ(HueFromSlider(201), -39);
     EXPECT_EQ(HueFromSlider(240), 0);
-    // The colorize dialog feeds round(slider * 2.4) and divides by 40: 100 is red again, 90 is
-    // round(216) - 240 = -24, -0.6 on the hue scale.
-    EXPECT_EQ(HueFromSlider(240) / 40.0, 0.0);
-    EXPECT_DOUBLE_EQ(HueFromSlider(216) / 40.0, -0.6);
+    EXPECT_EQ(HueFromSlider(216), -24);
 }
 
 TEST(Palette, NearestColourRules) {

@@ -1,37 +1,17 @@
 #include "shell/fPreferences.h"
 #include "support/RecordingPort.h"
+#include "support/TempFolder.h"
+#include "support/files.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
-#include <system_error>
 
 namespace velmar {
 namespace {
 
 namespace fs = std::filesystem;
-
-class TempFolder {
-  public:
-    TempFolder() {
-        std::string pattern = (fs::temp_directory_path() / "velmar-prefs-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-        path_ = pattern;
-    }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-    ~TempFolder() {
-        std::error_code ec;
-        fs::remove_all(path_, ec);
-    }
-    const fs::path& path() const { return path_; }
-
-  private:
-    fs::path path_;
-};
 
 SetupRecord openingRecord(const fs::path& imagesFolder) {
     SetupRecord r;
@@ -50,126 +30,84 @@ void editEverything(fPreferences& dialog, const std::string& folder) {
 }
 
 TEST(fPreferences, CancelPutsBackEveryByte) {
-    TempFolder images;
+    test::TempFolder images;
     SetupRecord record = openingRecord(images.path());
     const SetupBytes before = ToBytes(record);
     test::RecordingPort port;
-
     fPreferences dialog(record, port);
     editEverything(dialog, "/somewhere/else");
     ASSERT_NE(ToBytes(record), before);
     dialog.Cancel();
-
     EXPECT_EQ(ToBytes(record), before);
     EXPECT_TRUE(port.messages.empty());
 }
 
-TEST(fPreferences, OkWithoutAnExistingFolderWarnsAndPutsBack) {
-    TempFolder scratch;
-    const fs::path aFile = scratch.path() / "not a folder.txt";
-    std::ofstream(aFile) << "x";
-    const std::string cases[] = {
-        (scratch.path() / "missing").string(),
-        aFile.string(),
-        "",
-        "   ",
+// OK keeps the edits when the images folder exists. Otherwise it warns, puts everything back
+// and leaves the dialog open: once the user names a real folder, the next OK keeps the edits.
+TEST(fPreferences, OkKeepsTheEditsOnlyWithAnExistingFolder) {
+    test::TempFolder scratch;
+    fs::create_directory(scratch / "two words");
+    test::writeFile(scratch / "a file", {'x'});
+    const std::pair<std::string, bool> cases[] = {
+        {scratch.path().string() + "/", true},
+        {(scratch / "two words").string(), true},
+        {(scratch / "missing").string(), false},
+        {(scratch / "a file").string(), false},
+        {"", false},
+        {"   ", false},
     };
-    for (const auto& folder : cases) {
-        SCOPED_TRACE(folder);
+    for (const auto& [folder, exists] : cases) {
         SetupRecord record = openingRecord(scratch.path());
         const SetupBytes before = ToBytes(record);
         test::RecordingPort port;
-
         fPreferences dialog(record, port);
         editEverything(dialog, folder);
-        EXPECT_FALSE(dialog.OK());
-
+        const SetupBytes edited = ToBytes(record);
+        EXPECT_EQ(dialog.OK(), exists) << folder;
+        EXPECT_EQ(ToBytes(record), exists ? edited : before) << folder;
+        if (exists) {
+            EXPECT_TRUE(port.messages.empty());
+            continue;
+        }
         ASSERT_EQ(port.messages.size(), 1u);
         EXPECT_EQ(port.messages[0].text,
                   "The Image Folder Does not Exist! Please Specify a valid Folder Name.");
         EXPECT_EQ(port.messages[0].icon, MsgIcon::Information);
         EXPECT_EQ(port.messages[0].buttons, MsgButtons::Ok);
         EXPECT_EQ(port.messages[0].title, "Velmar Kestrin");
-        EXPECT_EQ(ToBytes(record), before);
-    }
-}
 
-TEST(fPreferences, OkWithAnExistingFolderKeepsTheEdits) {
-    TempFolder images;
-    fs::create_directory(images.path() / "two words");
-    const std::string cases[] = {
-        images.path().string(),
-        images.path().string() + "/",
-        (images.path() / "two words").string(),
-    };
-    for (const auto& folder : cases) {
-        SCOPED_TRACE(folder);
-        SetupRecord record = openingRecord(images.path());
-        test::RecordingPort port;
-
-        fPreferences dialog(record, port);
-        editEverything(dialog, folder);
-        const SetupBytes edited = ToBytes(record);
+        dialog.Record().ThumbWidth = 120;
+        dialog.Record().ImagesFolder = scratch.path().string();
         EXPECT_TRUE(dialog.OK());
-
-        EXPECT_TRUE(port.messages.empty());
-        EXPECT_EQ(ToBytes(record), edited);
-        EXPECT_EQ(record.ImagesFolder.Trimmed(), folder);
+        EXPECT_EQ(record.ThumbWidth, 120);
+        EXPECT_EQ(port.messages.size(), 1u);
     }
 }
 
-// The dialog stays open after a refused OK: the user corrects the folder and the next OK
-// keeps the new edits.
-TEST(fPreferences, RefusedOkLeavesTheDialogUsable) {
-    TempFolder images;
-    SetupRecord record = openingRecord(images.path());
-    test::RecordingPort port;
-    fPreferences dialog(record, port);
-
-    editEverything(dialog, "/no/such/folder/velmar");
-    EXPECT_FALSE(dialog.OK());
-    EXPECT_EQ(record.ForeColor, 0xFFFFFF);
-
-    dialog.Record().ThumbWidth = 120;
-    dialog.Record().ImagesFolder = images.path().string();
-    EXPECT_TRUE(dialog.OK());
-    EXPECT_EQ(record.ThumbWidth, 120);
-    EXPECT_EQ(record.ImagesFolder.Trimmed(), images.path().string());
-    EXPECT_EQ(port.messages.size(), 1u);
-}
-
-// Each check box sets its own flag and nothing else in the record.
+// Each check box sets its own flag, -1 in the two bytes at the flag's offset in the file, and
+// nothing else in the record.
 TEST(fPreferences, OptionsSetTheirOwnFlag) {
-    const struct {
-        const char* caption;
-        const char* field;
-    } expected[] = {
-        {"Open Velmar Kestrin maximized", "FrameMaximized"},
-        {"Open images maximized", "ImagesMaximized"},
-        {"Preserve last folder", "PreserveLastFolder"},
-        {"Ask to save on Close/Exit", "AskToSave"},
+    const std::pair<const char*, std::size_t> expected[] = {
+        {"Open Velmar Kestrin maximized", 4},
+        {"Open images maximized", 6},
+        {"Preserve last folder", 264},
+        {"Ask to save on Close/Exit", 266},
     };
     ASSERT_EQ(std::size(expected), fPreferences::kFlagOptions.size());
     for (std::size_t i = 0; i < std::size(expected); ++i) {
+        const auto& [caption, offset] = expected[i];
         const auto& option = fPreferences::kFlagOptions[i];
-        SCOPED_TRACE(expected[i].caption);
-        EXPECT_EQ(option.caption, expected[i].caption);
-
+        EXPECT_EQ(option.caption, caption);
         SetupRecord record;
         test::RecordingPort port;
         fPreferences dialog(record, port);
         dialog.SetChecked(option, true);
         EXPECT_TRUE(dialog.IsChecked(option));
-
         SetupBytes want{};
-        const std::size_t at = *FieldOffset(expected[i].field);
-        want[at] = 0xFF;
-        want[at + 1] = 0xFF;
-        EXPECT_EQ(ToBytes(record), want);
-
+        want[offset] = want[offset + 1] = 0xFF;
+        EXPECT_EQ(ToBytes(record), want) << caption;
         dialog.SetChecked(option, false);
-        EXPECT_FALSE(dialog.IsChecked(option));
-        EXPECT_EQ(ToBytes(record), SetupBytes{});
+        EXPECT_EQ(ToBytes(record), SetupBytes{}) << caption;
     }
 }
 
