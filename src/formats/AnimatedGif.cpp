@@ -15,7 +15,7 @@ namespace {
 // Frames are held composed; a file that would need more than this is refused rather than
 // taking the machine's memory.
 constexpr std::uint64_t kMaxComposedBytes = std::uint64_t{1} << 30;
-constexpr std::uint64_t kMaxFramePixels = std::uint64_t{1} << 26;
+constexpr std::uint64_t kMaxFramePixels = std::uint64_t{1} << 25;
 
 struct MemoryReader {
     std::span<const std::uint8_t> bytes;
@@ -68,6 +68,7 @@ void AnimatedGif::decode(std::span<const std::uint8_t> bytes) {
     height_ = gif->SHeight;
     const std::vector<std::uint8_t> global = coloursOf(gif->SColorMap);
 
+    std::uint64_t rawBytes = 0;
     GraphicsControlBlock pending{DISPOSAL_UNSPECIFIED, false, 0, NO_TRANSPARENT_COLOR};
     for (;;) {
         GifRecordType type = UNDEFINED_RECORD_TYPE;
@@ -106,6 +107,8 @@ void AnimatedGif::decode(std::span<const std::uint8_t> bytes) {
         if (static_cast<std::uint64_t>(d.Width) * static_cast<std::uint64_t>(d.Height) >
             kMaxFramePixels)
             fail("The GIF file holds a frame too large to open.");
+        rawBytes += static_cast<std::uint64_t>(d.Width) * static_cast<std::uint64_t>(d.Height);
+        if (rawBytes > kMaxComposedBytes) fail("The GIF animation is too large to open.");
         RawFrame f;
         f.left = d.Left;
         f.top = d.Top;
@@ -147,8 +150,11 @@ void AnimatedGif::decode(std::span<const std::uint8_t> bytes) {
             height_ = std::max(height_, f.top + f.height);
         }
     }
-    if (static_cast<std::uint64_t>(width_) * static_cast<std::uint64_t>(height_) * 4 * raw_.size() >
-        kMaxComposedBytes)
+    // A few bytes can claim a logical screen of 65535 x 65535; the canvas is held and painted
+    // for every frame, so its size is capped like a frame's.
+    const std::uint64_t canvas =
+        static_cast<std::uint64_t>(width_) * static_cast<std::uint64_t>(height_);
+    if (canvas > kMaxFramePixels || canvas * 4 * raw_.size() > kMaxComposedBytes)
         fail("The GIF animation is too large to open.");
 }
 
