@@ -12,11 +12,6 @@ namespace velmar {
 
 namespace {
 
-// Frames are held composed; a file that would need more than this is refused rather than
-// taking the machine's memory.
-constexpr std::uint64_t kMaxComposedBytes = std::uint64_t{1} << 30;
-constexpr std::uint64_t kMaxFramePixels = std::uint64_t{1} << 25;
-
 struct MemoryReader {
     std::span<const std::uint8_t> bytes;
     std::size_t at = 0;
@@ -105,10 +100,10 @@ void AnimatedGif::decode(std::span<const std::uint8_t> bytes) {
         const GifImageDesc& d = gif->Image;
         if (d.Width <= 0 || d.Height <= 0) fail("The GIF file holds a frame of no size.");
         if (static_cast<std::uint64_t>(d.Width) * static_cast<std::uint64_t>(d.Height) >
-            kMaxFramePixels)
+            limits_.maxFramePixels)
             fail("The GIF file holds a frame too large to open.");
         rawBytes += static_cast<std::uint64_t>(d.Width) * static_cast<std::uint64_t>(d.Height);
-        if (rawBytes > kMaxComposedBytes) fail("The GIF animation is too large to open.");
+        if (rawBytes > limits_.maxComposedBytes) fail("The GIF animation is too large to open.");
         RawFrame f;
         f.left = d.Left;
         f.top = d.Top;
@@ -154,7 +149,7 @@ void AnimatedGif::decode(std::span<const std::uint8_t> bytes) {
     // for every frame, so its size is capped like a frame's.
     const std::uint64_t canvas =
         static_cast<std::uint64_t>(width_) * static_cast<std::uint64_t>(height_);
-    if (canvas > kMaxFramePixels || canvas * 4 * raw_.size() > kMaxComposedBytes)
+    if (canvas > limits_.maxFramePixels || canvas * 4 * raw_.size() > limits_.maxComposedBytes)
         fail("The GIF animation is too large to open.");
 }
 

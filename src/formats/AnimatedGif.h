@@ -25,6 +25,15 @@ class GifError : public std::runtime_error {
 
 class AnimatedGif {
   public:
+    // Frames are held composed; a file that would need more than this is refused rather than
+    // taking the machine's memory. The fuzzer lowers them to keep its runs short.
+    struct Limits {
+        std::uint64_t maxFramePixels = std::uint64_t{1} << 25;   // a frame's or the canvas's pixels
+        std::uint64_t maxComposedBytes = std::uint64_t{1} << 30; // all frames, raw and composed
+    };
+    AnimatedGif() = default;
+    explicit AnimatedGif(Limits limits) : limits_(limits) {}
+
     // Opens a file and composes its frames; an empty name unloads. False with LastError() set
     // when the file cannot be read or is not a GIF; what was loaded before is then unloaded.
     bool Load(const std::filesystem::path& file);
@@ -74,6 +83,7 @@ class AnimatedGif {
     std::vector<Composed> frames_;
     std::uint32_t background_ = 0xFFFFFF;
     std::string lastError_;
+    Limits limits_;
 };
 
 } // namespace velmar

@@ -129,6 +129,7 @@ TEST(AnimatedGif, BrokenFilesAreRefusedWithAReason) {
         std::vector<std::uint8_t>(good.begin(), good.begin() + 30),
         std::vector<std::uint8_t>(good.begin(), good.end() - 6),
         {'P', 'N', 'G', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+        encode({{0, 0, 1, 1, {1}}}, 65535, 65535), // a one-pixel frame on a 4-gigapixel screen
     };
     for (const auto& bytes : bad) {
         EXPECT_FALSE(gif.LoadBytes(bytes)) << bytes.size();
