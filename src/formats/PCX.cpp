@@ -1,9 +1,9 @@
 #include "formats/PCX.h"
 
+#include "port/ReplaceFile.h"
+
 #include <algorithm>
 #include <cstring>
-#include <fstream>
-#include <system_error>
 
 namespace velmar {
 
@@ -139,28 +139,12 @@ std::vector<std::uint8_t> PCX::Encode(const Bits& pic, bool compress) {
 
 bool PCX::SavePCXinFile(const std::filesystem::path& FileName, const Bits& Pic, bool Compress) {
     if (!Pic.IsAllocated() || Pic.Width() > 0xFFFF || Pic.Height() > 0xFFFF) return false;
-    const std::vector<std::uint8_t> bytes = Encode(Pic, Compress);
-    std::filesystem::path temp = FileName;
-    temp += ".velmar-part";
-    {
-        std::ofstream out(temp, std::ios::binary | std::ios::trunc);
-        if (!out) return false;
-        out.write(reinterpret_cast<const char*>(bytes.data()),
-                  static_cast<std::streamsize>(bytes.size()));
-        out.close();
-        if (!out) {
-            std::error_code ec;
-            std::filesystem::remove(temp, ec);
-            return false;
-        }
-    }
-    std::error_code ec;
-    std::filesystem::rename(temp, FileName, ec);
-    if (ec) {
-        std::filesystem::remove(temp, ec);
+    try {
+        ReplaceFile(FileName, Encode(Pic, Compress));
+        return true;
+    } catch (const FileWriteError&) {
         return false;
     }
-    return true;
 }
 
 bool PcxIsTrueColour(std::span<const std::uint8_t> f) {

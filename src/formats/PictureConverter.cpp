@@ -1,5 +1,7 @@
 #include "formats/PictureConverter.h"
 
+#include "port/ReplaceFile.h"
+
 #include "formats/converterParts.h"
 
 #include <algorithm>
@@ -194,8 +196,10 @@ bool PictureConverter::writeFile(const std::filesystem::path& path, int kind) {
         const std::vector<std::uint8_t> bytes =
             kind == kFileBmp ? converter::EncodeBmp(*result_)
                              : converter::EncodeGif(*result_, kind == kFileGifInterlaced);
-        converter::ReplaceFile(path, bytes);
+        ReplaceFile(path, bytes);
     } catch (const ConverterFailure& e) {
+        return fail(e.what());
+    } catch (const FileWriteError& e) {
         return fail(e.what());
     } catch (const std::bad_alloc&) {
         return fail("There is not enough memory to write the picture.");

@@ -106,11 +106,9 @@ inline int Level555(int level) {
     return (level << 3) | (level >> 2);
 }
 
-// ---- files (gifWriter.cpp, bmpWriter.cpp, replaceFile.cpp) ----
+// ---- files (gifWriter.cpp, bmpWriter.cpp; written by port/ReplaceFile) ----
 
 std::vector<std::uint8_t> EncodeGif(const QuantizedPicture& picture, bool interlaced);
 std::vector<std::uint8_t> EncodeBmp(const QuantizedPicture& picture);
-// Writes the bytes to a new file beside `path` and renames it over `path`.
-void ReplaceFile(const std::filesystem::path& path, std::span<const std::uint8_t> bytes);
 
 } // namespace velmar::converter

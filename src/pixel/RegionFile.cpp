@@ -1,8 +1,9 @@
 #include "pixel/RegionFile.h"
 
+#include "port/ReplaceFile.h"
+
 #include "pixel/Region.h"
 
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <limits>
@@ -109,12 +110,6 @@ class FileDescriptor {
         if (fd_ >= 0) ::close(fd_);
     }
     int get() const noexcept { return fd_; }
-    // Closes now so that the caller sees the error of the last write-back.
-    int close() noexcept {
-        const int r = ::close(fd_);
-        fd_ = -1;
-        return r;
-    }
 
   private:
     int fd_;
@@ -130,17 +125,6 @@ bool readAll(int fd, std::uint8_t* out, std::size_t size) {
             return false;
         }
         out += n;
-        size -= static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
-bool writeAll(int fd, const std::uint8_t* data, std::size_t size) {
-    while (size > 0) {
-        const ::ssize_t n = ::write(fd, data, size);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        data += n;
         size -= static_cast<std::size_t>(n);
     }
     return true;
@@ -198,37 +182,13 @@ std::vector<std::uint8_t> RegionFileBytes(std::span<const std::int32_t> longs) {
 }
 
 void WriteRegionFile(const std::filesystem::path& path, std::span<const std::int32_t> longs) {
-    const std::string name = path.string();
-    const std::vector<std::uint8_t> bytes = RegionFileBytes(longs);
-
-    static std::atomic<unsigned> counter{0};
-    const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
-    std::filesystem::path temp;
-    int raw = -1;
-    for (int attempt = 0; attempt < 100 && raw < 0; ++attempt) {
-        std::string tempName = ".";
-        tempName += path.filename().string();
-        tempName += '.';
-        tempName += std::to_string(::getpid());
-        tempName += '.';
-        tempName += std::to_string(counter++);
-        tempName += ".tmp";
-        temp = folder / tempName;
-        raw = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (raw < 0 && errno != EEXIST) break;
+    // Synced before the rename: a selection file is small, and one lost to a crash is work lost.
+    try {
+        ReplaceFile(path, RegionFileBytes(longs), true);
+    } catch (const FileWriteError& e) {
+        throw RegionFileError(path.string(), std::string("it cannot be written (") +
+                                                 std::strerror(e.errorNumber()) + ")");
     }
-    if (raw < 0) throw RegionFileError(name, "it cannot be written (" + systemError(errno) + ")");
-    FileDescriptor fd(raw);
-    const auto fail = [&](const std::string& what) {
-        const std::string reason = systemError(errno);
-        std::error_code ignored;
-        std::filesystem::remove(temp, ignored);
-        throw RegionFileError(name, what + " (" + reason + ")");
-    };
-    if (!writeAll(fd.get(), bytes.data(), bytes.size())) fail("it cannot be written");
-    if (::fsync(fd.get()) != 0) fail("it cannot be written");
-    if (fd.close() != 0) fail("it cannot be written");
-    if (::rename(temp.c_str(), path.c_str()) != 0) fail("it cannot replace the old file");
 }
 
 } // namespace velmar
