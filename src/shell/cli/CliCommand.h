@@ -23,6 +23,9 @@ struct CliCommand {
     std::function<int(CliContext&, std::span<const std::string>)> run;
 };
 
+// The commands of the subsystems, each in its own file.
+CliCommand convertCommand();
+
 // All commands, in the order --help lists them.
 const std::vector<CliCommand>& allCommands();
 

@@ -23,7 +23,7 @@ void printHelp(std::ostream& out) {
 
 const std::vector<CliCommand>& allCommands() {
     // Commands join this table as their subsystems are built.
-    static const std::vector<CliCommand> commands = {};
+    static const std::vector<CliCommand> commands = {convertCommand()};
     return commands;
 }
 
