@@ -25,6 +25,10 @@ struct CliCommand {
 
 // The commands of the subsystems, each in its own file.
 CliCommand convertCommand();
+CliCommand depthCommand();
+CliCommand encodeCommand();
+CliCommand gifFramesCommand();
+CliCommand gifFrameCommand();
 
 // All commands, in the order --help lists them.
 const std::vector<CliCommand>& allCommands();
