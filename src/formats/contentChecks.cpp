@@ -398,6 +398,22 @@ bool IconWhole(std::span<const std::uint8_t> b) {
         const std::uint64_t offset = littleEndian(b, 6 + 16 * i + 12, 4);
         // 40 bytes: a bitmap header, and less than the smallest PNG
         if (size < 40 || offset > b.size() || size > b.size() - offset) return false;
+        if (b[offset] == 0x89 && b[offset + 1] == 'P') continue; // PNG, read by libpng
+        // The bitmap's header decides how much the loader reads into buffers it sizes its own
+        // way: a depth it does not know, or masks longer than the entry, overrun them.
+        const std::uint64_t header = littleEndian(b, offset, 4);
+        const std::uint64_t width = littleEndian(b, offset + 4, 4);
+        const std::uint64_t height = littleEndian(b, offset + 8, 4) / 2; // image and mask
+        const std::uint64_t bits = littleEndian(b, offset + 14, 2);
+        const std::uint64_t colours = littleEndian(b, offset + 32, 4);
+        if (header < 40 || header > size || width == 0 || width > 4096 || height == 0 ||
+            height > 4096 || littleEndian(b, offset + 16, 4) != 0 ||
+            (bits != 1 && bits != 4 && bits != 8 && bits != 16 && bits != 24 && bits != 32))
+            return false;
+        const std::uint64_t table = bits <= 8 ? (colours != 0 ? colours : 1u << bits) * 4 : 0;
+        const std::uint64_t image = (width * bits + 31) / 32 * 4 * height;
+        const std::uint64_t mask = (width + 31) / 32 * 4 * height;
+        if (header + table + image + mask > size) return false;
     }
     return true;
 }
@@ -493,6 +509,26 @@ bool RasterWhole(std::span<const std::uint8_t> b) {
         }
     }
     return true;
+}
+
+// The library's MNG and JNG reader walks the chunks without looking for the end of the file,
+// and walks for ever over bytes that are not chunks.
+bool ChunksWhole(std::span<const std::uint8_t> b) {
+    static constexpr std::uint8_t kJng[] = {0x8B, 'J', 'N', 'G', 13, 10, 26, 10};
+    static constexpr std::uint8_t kMng[] = {0x8A, 'M', 'N', 'G', 13, 10, 26, 10};
+    if (b.size() < 8) return false;
+    const bool jng = std::memcmp(b.data(), kJng, 8) == 0;
+    if (!jng && std::memcmp(b.data(), kMng, 8) != 0) return false;
+    const char* last = jng ? "IEND" : "MEND";
+    for (std::uint64_t at = 8; at + 12 <= b.size();) {
+        const std::uint64_t length = bigEndian(b, at, 4);
+        for (std::uint64_t i = at + 4; i < at + 8; ++i)
+            if (std::isalpha(b[i]) == 0) return false;
+        if (length > b.size() - at - 12) return false;
+        if (std::memcmp(b.data() + at + 4, last, 4) == 0) return true;
+        at += 12 + length; // length, type, data, CRC
+    }
+    return false;
 }
 
 } // namespace velmar

@@ -31,13 +31,15 @@ bool PcxWhole(std::span<const std::uint8_t> File);
 // The header names a picture the file has room for: every byte of a raw one, a character a
 // sample of a text one.
 bool PnmWhole(std::span<const std::uint8_t> File);
-// An icon or cursor directory whose every image lies inside the file and is large enough to
-// hold at least its header.
+// An icon or cursor directory whose every image lies inside the file, and whose bitmap images
+// have a depth the loader knows and hold their colour table, pixels and mask.
 bool IconWhole(std::span<const std::uint8_t> File);
 // A type 0 header and exactly the picture's bytes after it.
 bool WbmpWhole(std::span<const std::uint8_t> File);
 // A Sun raster header of a known kind, and the colour map and every row inside the file.
 bool RasterWhole(std::span<const std::uint8_t> File);
+// An MNG or JNG signature, then whole chunks up to the closing one.
+bool ChunksWhole(std::span<const std::uint8_t> File);
 // Every run fits its line and no line ends past the picture's last.
 bool CutWhole(std::span<const std::uint8_t> File);
 

@@ -353,6 +353,19 @@ TEST(GatewayLoad, FilesTheLibraryWouldMisreadAreRefusedBeforeItSeesThem) {
         {"a Sun raster naming a 4 GB colour map (the loader reads it a byte at a time)", "ras",
          B{0x59, 0xA6, 0x6A, 0x95, 0, 0, 0, 5, 0, 0, 0, 3, 0,    0, 0, 8,
            0,    0,    0,    0,    0, 0, 0, 1, 0, 0, 0, 1, 0xFF, 0, 0, 0xFF}},
+        {"a JNG signature followed by no chunks (the chunk reader walks for ever)", "jng",
+         [] {
+             B jng = {0x8B, 'J', 'N', 'G', 13, 10, 26, 10};
+             jng.resize(28, 0);
+             return jng;
+         }()},
+        {"an icon bitmap of 9 bits a pixel (the loader reads past its buffers)", "ico",
+         [] {
+             B ico = {0, 0, 1, 0,  1, 0, 16, 16, 0, 0, 1, 0,  1, 0, 176, 0, 0, 0, 22,
+                      0, 0, 0, 40, 0, 0, 0,  16, 0, 0, 0, 32, 0, 0, 0,   1, 0, 9, 0};
+             ico.resize(22 + 176, 0);
+             return ico;
+         }()},
         {"a Koala file shorter than a Koala picture", "koa", B(2000, 0x60)},
         {"a Photo CD file without its name", "pcd", B(0x40000, 0)},
     };
