@@ -2,51 +2,16 @@
 #include "formats/PCX.h"
 #include "formats/PictureConverter.h"
 #include "formats/gateway.h"
+#include "port/ReplaceFile.h"
 
-#include <atomic>
-#include <cerrno>
-#include <fcntl.h>
-#include <functional>
 #include <string>
-#include <system_error>
-#include <unistd.h>
 
 namespace velmar {
 
 namespace {
 
-// Writes a new file beside the target and renames it over the target, so that a reader sees
-// the old file or the new one and a failure leaves the old one as it was. The new file is
-// taken with O_EXCL under a name no other writer uses, with mode 0666 so that the umask
-// decides, as for any file the user makes.
-bool replaceFileWith(const std::filesystem::path& target,
-                     const std::function<bool(const std::filesystem::path&)>& write) {
-    static std::atomic<unsigned> counter{0};
-    std::filesystem::path temp;
-    int fd = -1;
-    for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
-        temp = target;
-        temp += ".part-" + std::to_string(::getpid()) + "-" + std::to_string(++counter);
-        fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd < 0 && errno != EEXIST) return false;
-    }
-    if (fd < 0) return false;
-    ::close(fd);
-    std::error_code ec;
-    if (!write(temp)) {
-        std::filesystem::remove(temp, ec);
-        return false;
-    }
-    std::filesystem::rename(temp, target, ec);
-    if (ec) {
-        std::filesystem::remove(temp, ec);
-        return false;
-    }
-    return true;
-}
-
 bool saveLibraryFile(FIBITMAP* image, const std::filesystem::path& target, int format, int flags) {
-    return replaceFileWith(target, [&](const std::filesystem::path& temp) {
+    return ReplaceFileWith(target, [&](const std::filesystem::path& temp) {
         return FreeImage_Save(static_cast<FREE_IMAGE_FORMAT>(format), image, temp.c_str(), flags) !=
                FALSE;
     });
