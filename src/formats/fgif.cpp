@@ -7,17 +7,6 @@
 
 namespace velmar {
 
-namespace {
-
-std::string lowerCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) {
-        return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-    });
-    return text;
-}
-
-} // namespace
-
 const std::vector<fgif::MenuAction>& fgif::MenuActions() {
     static const std::vector<MenuAction> actions = {
         {"LOAD", 1}, {"UNLOAD", 2}, {"EXTRACT", 3}, {"STOP", 5},     {"PLAY", 6},
@@ -69,7 +58,7 @@ bool fgif::MenuGIF(std::string_view key, const std::filesystem::path& chosenFile
 }
 
 bool fgif::Browse(const std::filesystem::path& file) {
-    if (lowerCase(ExtensionOf(file)) != "gif") return false;
+    if (LowerCase(ExtensionOf(file)) != "gif") return false;
     AniGif.Load(file);
     shown_ = 0;
     currentFrame_ = 1;
@@ -97,14 +86,9 @@ bool fgif::SaveFrame(const std::filesystem::path& chosenFile) {
         port_.MsgBox("Unexpected error saving image", MsgIcon::Warning, MsgButtons::Ok, kAppTitle);
         return false;
     }
-    std::string extension = lowerCase(ExtensionOf(chosenFile));
-    std::filesystem::path name = chosenFile;
-    if (extension == "ppm" || extension == "pgm" || extension == "pbm") {
-        std::string text = chosenFile.string();
-        text.resize(text.size() - 3);
-        name = text;
-        extension = "pnm";
-    }
+    const std::optional<std::filesystem::path> stem = PnmStem(chosenFile);
+    const std::filesystem::path name = stem ? *stem : chosenFile;
+    const std::string extension = stem ? "pnm" : LowerCase(ExtensionOf(chosenFile));
     const int frame = std::clamp(currentFrame_, 1, AniGif.FrameCount()) - 1;
     const std::optional<SaveRow> row = FindSaver(extension);
     const SaveResult result = SaveDocumentPicture(AniGif.Frame(frame), name, extension, port_);

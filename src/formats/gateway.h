@@ -69,6 +69,14 @@ std::optional<LoaderRow> FindLoader(std::string_view Extension, LoadSite Site);
 // "JPG", ".png" gives "png", "README" gives ""). Folders' points do not count.
 std::string ExtensionOf(const std::filesystem::path& Path);
 
+// Text in lower case (ASCII letters only, as extensions are compared everywhere).
+std::string LowerCase(std::string_view Text);
+
+// The save dialogs' pnm rule: a name ending in ppm, pgm or pbm (any case) loses those three
+// letters and is saved as "pnm", so that the save route appends the letters of the depth.
+// Nothing for any other name.
+std::optional<std::filesystem::path> PnmStem(const std::filesystem::path& Name);
+
 // Reads the file and loads it by its extension as the site does. Nothing when the file cannot
 // be read, no row serves its extension, or the picture is refused: broken, cut short, not of
 // the format its name says, or larger than kMostPicturePixels. `Diagnostics`, when given,

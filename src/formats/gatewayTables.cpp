@@ -129,22 +129,30 @@ constexpr PnmVariant kPnmVariants[] = {
      "is saved as 24-bit True Color (.ppm) format."},
 };
 
-std::string lowerCase(std::string_view text) {
-    std::string lower(text);
+} // namespace
+
+std::string LowerCase(std::string_view Text) {
+    std::string lower(Text);
     std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) {
         return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
     });
     return lower;
 }
 
-} // namespace
+std::optional<std::filesystem::path> PnmStem(const std::filesystem::path& Name) {
+    const std::string extension = LowerCase(ExtensionOf(Name));
+    if (extension != "ppm" && extension != "pgm" && extension != "pbm") return std::nullopt;
+    std::string stem = Name.native();
+    stem.resize(stem.size() - 3);
+    return std::filesystem::path(stem);
+}
 
 std::span<const LoaderRow> LoaderTable() {
     return kLoaders;
 }
 
 std::optional<LoaderRow> FindLoader(std::string_view Extension, LoadSite Site) {
-    const std::string ext = lowerCase(Extension);
+    const std::string ext = LowerCase(Extension);
     for (const LoaderRow& row : kLoaders)
         if ((row.sites & at(Site)) != 0 && row.extension == ext) return row;
     return std::nullopt;
@@ -161,7 +169,7 @@ std::span<const SaveRow> SaveTable() {
 }
 
 std::optional<SaveRow> FindSaver(std::string_view Extension) {
-    const std::string ext = lowerCase(Extension);
+    const std::string ext = LowerCase(Extension);
     for (const SaveRow& row : kSavers)
         if (row.extension == ext) return row;
     return std::nullopt;

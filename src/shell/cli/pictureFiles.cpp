@@ -2,7 +2,6 @@
 
 #include "formats/gateway.h"
 
-#include <algorithm>
 #include <ostream>
 #include <string>
 
@@ -10,22 +9,13 @@ namespace velmar::cli {
 
 namespace {
 
-std::string lowerCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) {
-        return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-    });
-    return text;
-}
-
 // The name and extension the save route is given for OUT.
 std::pair<std::filesystem::path, std::string> saveTarget(const std::filesystem::path& out) {
+    if (const auto stem = PnmStem(out)) return {*stem, "pnm"};
+    // Scripts may also name the writer itself: "x.pnm" is saved as "x." plus the depth's letters.
     const std::string extension = ExtensionOf(out);
-    const std::string lower = lowerCase(extension);
-    if (lower == "ppm" || lower == "pgm" || lower == "pbm" || lower == "pnm") {
-        std::string stem = out.native();
-        stem.resize(stem.size() - extension.size());
-        return {stem, "pnm"};
-    }
+    if (LowerCase(extension) == "pnm")
+        return {out.native().substr(0, out.native().size() - 3), "pnm"};
     return {out, extension};
 }
 
