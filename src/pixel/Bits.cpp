@@ -22,12 +22,21 @@ std::ptrdiff_t checkedStride(int width) {
 
 } // namespace
 
-Bits::Bits(int width, int height) : width_(width), height_(height), stride_(checkedStride(width)) {
+Bits::Bits(int width, int height, NoFill)
+    : width_(width), height_(height), stride_(checkedStride(width)) {
     if (height < 0) throw std::length_error("Bits: negative height");
     const auto rows = static_cast<std::uint64_t>(height) + 2 * kMargin;
     if (rows > std::numeric_limits<std::uint64_t>::max() / static_cast<std::uint64_t>(stride_))
         throw std::length_error("Bits: picture too large");
-    data_ = allocatePixels(SizeBytes());
+    data_ = allocatePixelsUninitialised(SizeBytes());
+}
+
+Bits::Bits(int width, int height) : Bits(width, height, NoFill{}) {
+    if (data_) std::memset(data_.get(), 0, SizeBytes());
+}
+
+Bits Bits::Uninitialised(int width, int height) {
+    return Bits(width, height, NoFill{});
 }
 
 Bits::Bits(Bits&& other) noexcept
@@ -51,7 +60,7 @@ Bits& Bits::operator=(Bits&& other) noexcept {
 
 Bits Bits::clone() const {
     if (!IsAllocated()) return {};
-    Bits copy(width_, height_);
+    Bits copy = Uninitialised(width_, height_);
     std::memcpy(copy.Data(), Data(), SizeBytes());
     return copy;
 }

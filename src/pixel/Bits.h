@@ -36,6 +36,9 @@ class Bits {
     // A zero-filled W by H picture with its margin. Throws std::length_error for a negative or
     // unrepresentable size and std::bad_alloc when the memory cannot be had.
     Bits(int width, int height);
+    // The same array without the zero fill, margin included: every byte must be written before
+    // any is read. The filter frame builds its working copy in one pass with it.
+    static Bits Uninitialised(int width, int height);
 
     Bits(Bits&& other) noexcept;
     Bits& operator=(Bits&& other) noexcept;
@@ -87,6 +90,9 @@ class Bits {
     }
 
   private:
+    struct NoFill {};
+    Bits(int width, int height, NoFill);
+
     int width_ = 0;
     int height_ = 0;
     std::ptrdiff_t stride_ = 0;
