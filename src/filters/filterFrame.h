@@ -14,6 +14,7 @@
 // Rows go to several threads unless the filter says they must run in order. The loop fields x
 // and y of the object are left as the row loop leaves them.
 #include "filters/cBitFilter.h"
+#include "filters/pixelWord.h"
 #include "filters/rowRunner.h"
 
 #include <algorithm>
@@ -37,18 +38,6 @@ struct FrameSpec {
     // after every other row has been written.
     bool lastRowLast = false;
 };
-
-// A pixel read or written whole: blue in the low byte, the mask byte in the high one. Kernels
-// that treat a pixel as one 32-bit word vectorise far better than byte-by-byte loops.
-using Pixel32 = std::uint32_t __attribute__((may_alias, aligned(4)));
-inline constexpr std::uint32_t kMaskByte = 0xFF000000u;
-
-// round() of a float kernel, vectorised: adding and taking away 1.5 * 2^23 leaves the nearest
-// integer, ties to even, for any |v| below 2^22, with plain float additions.
-inline float roundHalfEvenSmall(float v) noexcept {
-    constexpr float kMagic = 12582912.0f;
-    return (v + kMagic) - kMagic;
-}
 
 // One row of the frame as a kernel sees it. src and out point at channel 0 of pixel (0, y);
 // neighbours are src + dx * 4 + dy * stride. A kernel writes all four bytes of every pixel of

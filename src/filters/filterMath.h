@@ -16,6 +16,13 @@ inline constexpr double kPi = 3.141592025756836;
 inline constexpr double kTwoPi = 6.283184051513672;
 inline constexpr double kDegree = 0.017453288659453392;
 
+// A result of the program's long arithmetic: outside 32 bits is "Overflow".
+inline constexpr bool fitsLong(std::int64_t v) noexcept { return v >= INT32_MIN && v <= INT32_MAX; }
+inline std::int32_t checkedLong(std::int64_t v) {
+    if (!fitsLong(v)) throw RuntimeError::Overflow();
+    return static_cast<std::int32_t>(v);
+}
+
 // a div b: truncating; a zero divisor is "Division by zero", and the one quotient a long cannot
 // hold is "Overflow".
 inline std::int32_t idiv(std::int64_t a, std::int64_t b) {

@@ -40,31 +40,13 @@ constexpr uint32_t kBlueByte = 0x000000FFu;
 // cache between the passes.
 constexpr int kChunk = 512;
 
-bool fitsLong(int64_t v) noexcept {
-    return v >= std::numeric_limits<int32_t>::min() && v <= std::numeric_limits<int32_t>::max();
-}
-
-// A long result of the program's arithmetic: out of range is "Overflow".
-int64_t checkedLong(int64_t v) {
-    if (!fitsLong(v)) throw RuntimeError::Overflow();
-    return v;
-}
-
-// Puts back from the source the bytes of each pixel that the filter does not write.
-void keepFromSource(const FrameRow& row, int x0, int x1, uint32_t keep) {
-    const Pixel32* __restrict s = reinterpret_cast<const Pixel32*>(row.src);
-    Pixel32* __restrict o = reinterpret_cast<Pixel32*>(row.out);
-    for (int x = x0; x < x1; ++x)
-        o[x] = (o[x] & ~keep) | (s[x] & keep);
-}
-
-// Runs bytes(firstByte, endByte) over the span in chunks, each followed by keepFromSource.
+// Runs bytes(firstByte, endByte) over the span in chunks, each followed by restoring the kept bytes.
 template <class Bytes>
 void overBytes(const FrameRow& row, int x0, int x1, uint32_t keep, Bytes&& bytes) {
     for (int a = x0; a < x1; a += kChunk) {
         const int b = std::min(x1, a + kChunk);
         bytes(a * 4, b * 4);
-        keepFromSource(row, a, b, keep);
+        restoreBytes(row.src + a * 4, row.out + a * 4, b - a, keep);
     }
 }
 
@@ -203,7 +185,7 @@ struct FastDivision {
 };
 
 bool makeFastDivision(const LevelDivision& f, FastDivision& out) {
-    if (f.d == 0 || !fitsLong(f.a) || !fitsLong(f.d)) return false;
+    if (f.d == 0 || !filters::fitsLong(f.a) || !filters::fitsLong(f.d)) return false;
     const int64_t sign = f.d < 0 ? -1 : 1;
     const int64_t a = f.a * sign, k = f.k * sign, d = f.d * sign;
     const int64_t nBound = f.n8 ? 8 * 255 : 4 * 255;
@@ -313,9 +295,9 @@ void checkedDivisionSpan(const FrameRow& row, int x0, int x1, const LevelDivisio
         for (int ch = 0; ch < 3; ++ch) {
             const int n = f.n8 ? neighbourSum<true>(c + ch, row.stride)
                                : neighbourSum<false>(c + ch, row.stride);
-            const int64_t a = checkedLong(f.a);
-            const int64_t num = checkedLong(checkedLong(c[ch] * a) - f.k * n);
-            const int32_t q = filters::idiv(num, checkedLong(f.d));
+            const int64_t a = filters::checkedLong(f.a);
+            const int64_t num = filters::checkedLong(filters::checkedLong(c[ch] * a) - f.k * n);
+            const int32_t q = filters::idiv(num, filters::checkedLong(f.d));
             if (f.clamp)
                 o[ch] = clampByte(q);
             else if (q < 0 || q > 255)
@@ -425,7 +407,7 @@ void blurFar(const FrameRow& row, int x0, int x1, const BlurReads& r) {
         const int skip = (c - a) * 4;
         blurBytes(at[0] + skip, at[1] + skip, at[2] + skip, at[3] + skip, at[4] + skip,
                   at[5] + skip, at[6] + skip, at[7] + skip, row.out + c * 4, (e - c) * 4);
-        keepFromSource(row, c, e, kMaskByte);
+        restoreBytes(row.src + c * 4, row.out + c * 4, e - c);
     }
     blurChecked(row, rowIndex, b, x1, r);
 }
@@ -456,17 +438,6 @@ inline float embossFloat(float d, float k) {
     return std::nearbyint(std::fabs(d * k + 128.0f));
 }
 
-// a = sum div 3 with the standard clamp, for sums below 768 (larger ones are cut to 767, which
-// gives 255 too): n * 683 >> 11 is n div 3 for every n in 0..767.
-constexpr uint32_t thirdClamped(uint32_t sum) {
-    return (std::min(sum, 767u) * 683u) >> 11;
-}
-constexpr bool thirdIsExact() {
-    for (uint32_t n = 0; n < 768; ++n)
-        if (thirdClamped(n) != n / 3) return false;
-    return true;
-}
-static_assert(thirdIsExact());
 
 EmbossValues embossValues(int32_t weight, bool engrave) {
     EmbossValues e;
@@ -506,7 +477,7 @@ inline uint32_t embossChecked(uint32_t p, uint32_t q, const EmbossValues& e) {
         const int d = static_cast<int>((p >> shift) & 255) - static_cast<int>((q >> shift) & 255);
         const int64_t v = e.v[static_cast<std::size_t>(d + 255)];
         if (v < 0) throw RuntimeError::Overflow();
-        sum = checkedLong(sum + v);
+        sum = filters::checkedLong(sum + v);
     }
     const auto a = static_cast<uint32_t>(clampByte(static_cast<int32_t>(sum / 3)));
     return (p & kMaskByte) | (a * 0x010101u);
@@ -521,7 +492,7 @@ void embossFloatSpan(const Pixel32* __restrict s, const Pixel32* __restrict belo
                                       static_cast<int>((q >> shift) & 255));
         };
         const float sum = embossFloat(d(0), k) + embossFloat(d(8), k) + embossFloat(d(16), k);
-        const uint32_t a = thirdClamped(static_cast<uint32_t>(static_cast<int>(sum)));
+        const uint32_t a = thirdOf(std::min(static_cast<uint32_t>(static_cast<int>(sum)), 767u));
         o[x] = (p & kMaskByte) | (a * 0x010101u);
     }
 }
@@ -724,11 +695,11 @@ namespace {
 // Box margin 1 - mode, as a long: the one mode whose margin a long cannot hold, and margins that
 // push the box edges out of a long, are "Overflow".
 int32_t rankMargin(int32_t mode, const IntRect& r) {
-    const int64_t margin = checkedLong(1 - int64_t{mode});
-    checkedLong(r.left + margin);
-    checkedLong(r.top + margin);
-    checkedLong(r.right - margin - 1);
-    checkedLong(r.bottom - margin - 1);
+    const int64_t margin = filters::checkedLong(1 - int64_t{mode});
+    filters::checkedLong(r.left + margin);
+    filters::checkedLong(r.top + margin);
+    filters::checkedLong(r.right - margin - 1);
+    filters::checkedLong(r.bottom - margin - 1);
     return static_cast<int32_t>(margin);
 }
 

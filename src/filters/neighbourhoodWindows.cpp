@@ -35,23 +35,6 @@ namespace {
 constexpr int kChunk = 256;
 constexpr int kLanes = 4;
 
-// The program's long arithmetic: a result outside 32 bits is "Overflow".
-std::int32_t longAdd(std::int32_t a, std::int32_t b) {
-    const std::int64_t v = std::int64_t{a} + b;
-    if (v < std::numeric_limits<std::int32_t>::min() ||
-        v > std::numeric_limits<std::int32_t>::max())
-        throw RuntimeError::Overflow();
-    return static_cast<std::int32_t>(v);
-}
-
-// Puts the source's mask bytes of pixels 0..n-1 back over the lanes a kernel computed.
-void restoreMask(const std::uint8_t* src, std::uint8_t* out, int n) {
-    const Pixel32* __restrict s = reinterpret_cast<const Pixel32*>(src);
-    Pixel32* __restrict o = reinterpret_cast<Pixel32*>(out);
-    for (int x = 0; x < n; ++x)
-        o[x] = (o[x] & ~kMaskByte) | (s[x] & kMaskByte);
-}
-
 void copyPixels(const FrameRow& row, int x0, int x1) {
     if (x1 > x0)
         std::memcpy(row.out + x0 * 4, row.src + x0 * 4, static_cast<std::size_t>(x1 - x0) * 4);
@@ -203,7 +186,7 @@ template <bool kDissolve> void edgePreservingSpan(const FrameRow& row, int x0, i
                 }
                 storeBytes(o + l, v);
             });
-        restoreMask(row.src + c0 * kLanes, row.out + c0 * kLanes, n);
+        restoreBytes(row.src + c0 * kLanes, row.out + c0 * kLanes, n);
     }
 }
 
@@ -338,7 +321,7 @@ void maskChunk(const velmar::Bits& src, const MaskArray& mask, const MaskPlan& p
         break;
     }
     }
-    restoreMask(row.src + c0 * kLanes, out, n);
+    restoreBytes(row.src + c0 * kLanes, out, n);
 }
 
 } // namespace
@@ -355,7 +338,7 @@ velmar::Bits cBitFilter::Dissolve() {
 // span fits in a long, the value lies between c - |amount| and c + |amount| + 1, so its
 // rounding always fits a long too, and the clamp can work on the rounded double.
 velmar::Bits cBitFilter::NOISE(std::int32_t amount, bool equalized) {
-    const double span = static_cast<double>(longAdd(longAdd(amount, amount), 1));
+    const double span = static_cast<double>(filters::checkedLong(std::int64_t{filters::checkedLong(std::int64_t{amount} + amount)} + 1));
     const double amt = amount;
     FrameSpec spec;
     spec.sequential = true; // one random sequence, drawn in row order
@@ -461,8 +444,8 @@ velmar::Bits cBitFilter::PIXELIZE(std::int32_t size) {
 velmar::Bits cBitFilter::Halftone(std::int32_t radius, std::int32_t definition,
                                   std::int32_t intensity) {
     const std::int64_t r = radius;
-    const double q = filters::fdiv(longAdd(radius, definition), radius);
-    const double gain = longAdd(intensity, 100) / 100.0;
+    const double q = filters::fdiv(filters::checkedLong(std::int64_t{radius} + definition), radius);
+    const double gain = filters::checkedLong(std::int64_t{intensity} + 100) / 100.0;
     const std::int32_t limit = roundToLong(q * static_cast<double>(r) * static_cast<double>(r));
     const std::int64_t step = 2 * r;
     if (step > std::numeric_limits<std::int32_t>::max() ||

@@ -31,21 +31,6 @@ namespace {
 
 // ---- One pixel word ------------------------------------------------------------------------
 
-inline std::int32_t blueOfWord(std::uint32_t p) {
-    return static_cast<std::int32_t>(p & 255u);
-}
-inline std::int32_t greenOfWord(std::uint32_t p) {
-    return static_cast<std::int32_t>((p >> 8) & 255u);
-}
-inline std::int32_t redOfWord(std::uint32_t p) {
-    return static_cast<std::int32_t>((p >> 16) & 255u);
-}
-
-inline std::uint32_t rgbWord(std::int32_t r, std::int32_t g, std::int32_t b) {
-    return (static_cast<std::uint32_t>(r) << 16) | (static_cast<std::uint32_t>(g) << 8) |
-           static_cast<std::uint32_t>(b);
-}
-
 // Set in a table entry whose colour does not fit the bytes: the pixel that meets it is the
 // "Overflow" error. It lies in the mask byte, which no entry carries otherwise.
 constexpr std::uint32_t kInvalid = 0x01000000u;
@@ -77,15 +62,6 @@ velmar::Bits bySum(cBitFilter& f, const std::array<std::uint32_t, 766>& table) {
         }
         if (seen & kInvalid) throw RuntimeError::Overflow();
     });
-}
-
-// c + amount as a long; a sum out of the long's range is "Overflow".
-std::int32_t longSum(std::int64_t a, std::int64_t b) {
-    const std::int64_t s = a + b;
-    if (s < std::numeric_limits<std::int32_t>::min() ||
-        s > std::numeric_limits<std::int32_t>::max())
-        throw RuntimeError::Overflow();
-    return static_cast<std::int32_t>(s);
 }
 
 // ---- Colour keys ---------------------------------------------------------------------------
@@ -356,7 +332,7 @@ velmar::Bits cBitFilter::SHIFT(COLORREF key, std::int32_t shift, std::int32_t to
     const Key k(key);
     std::array<std::uint8_t, 256> shifted;
     for (int i = 0; i < 256; ++i)
-        shifted[static_cast<std::size_t>(i)] = clampByte(longSum(i, shift));
+        shifted[static_cast<std::size_t>(i)] = clampByte(filters::checkedLong(std::int64_t{i} + shift));
     return FilterFrame::Run(*this, {}, [&shifted, k, tol2](const FrameRow& row, int x0, int x1) {
         const Pixel32* __restrict s = reinterpret_cast<const Pixel32*>(row.src);
         Pixel32* __restrict o = reinterpret_cast<Pixel32*>(row.out);

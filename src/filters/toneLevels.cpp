@@ -24,21 +24,11 @@ namespace {
 
 using Table = std::array<std::uint8_t, 256>;
 
-// i + amount as a long: the table is built in longs, and the one sum a long cannot hold is the
-// "Overflow" error, whatever the picture holds.
-std::int32_t longSum(std::int64_t a, std::int64_t b) {
-    const std::int64_t s = a + b;
-    if (s < std::numeric_limits<std::int32_t>::min() ||
-        s > std::numeric_limits<std::int32_t>::max())
-        throw RuntimeError::Overflow();
-    return static_cast<std::int32_t>(s);
-}
-
 // T[i] = i + amount with the standard clamp, for i in 0..255, checked as the table is built in
 // longs: an amount that overflows i + amount is the "Overflow" error, whatever the picture
 // holds. Returns the amount held to -256..256, which gives the same table.
 std::int32_t clampedShiftAmount(std::int32_t amount) {
-    longSum(255, amount);
+    filters::checkedLong(std::int64_t{255} + amount);
     return amount < -256 ? -256 : (amount > 256 ? 256 : amount);
 }
 
@@ -97,16 +87,6 @@ template <class Fn> velmar::Bits perPixel(cBitFilter& f, Fn fn) {
     });
 }
 
-inline std::uint32_t blueOfWord(std::uint32_t p) {
-    return p & 255u;
-}
-inline std::uint32_t greenOfWord(std::uint32_t p) {
-    return (p >> 8) & 255u;
-}
-inline std::uint32_t redOfWord(std::uint32_t p) {
-    return (p >> 16) & 255u;
-}
-
 // round(0.071 B + 0.707 G + 0.222 R), the program's own weights, taken exactly as n / 1000
 // with n = 71 B + 707 G + 222 R. In single precision n / 1000 is exact at the ties and at least
 // 1/1000 from them elsewhere, far beyond its error, so the rounding is exact too.
@@ -131,7 +111,7 @@ velmar::Bits cBitFilter::BRIGHTNESS(std::int32_t amount) {
 // n = level + 1, T[i] = round(i / n) * n, clamped above 255 only: below 0 it cannot go, since
 // round(i / n) never has the sign of a negative n. Level -1 divides 0 by 0 first ("Overflow").
 velmar::Bits cBitFilter::Reduction(std::int32_t level) {
-    const std::int32_t n = longSum(level, 1);
+    const std::int32_t n = filters::checkedLong(std::int64_t{level} + 1);
     Table t;
     for (int i = 0; i < 256; ++i) {
         const std::int64_t v = std::int64_t{roundToLong(filters::fdiv(i, n))} * n;

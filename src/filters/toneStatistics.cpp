@@ -34,20 +34,6 @@ namespace {
 
 // ---- Levels -------------------------------------------------------------------------------------
 
-// (B + G + R) div 3 by a multiply and a shift, which vectorises where a division does not.
-constexpr std::uint32_t thirdOf(std::uint32_t sum) noexcept {
-    return (sum * 683u) >> 11;
-}
-constexpr bool thirdIsExact() {
-    for (std::uint32_t s = 0; s <= 765; ++s)
-        if (thirdOf(s) != s / 3) return false;
-    return true;
-}
-static_assert(thirdIsExact(), "the multiply-shift must equal div 3 for every sum of three bytes");
-
-inline std::uint32_t levelOf(std::uint32_t p) noexcept {
-    return thirdOf((p & 255u) + ((p >> 8) & 255u) + ((p >> 16) & 255u));
-}
 
 // Sum of the levels of one row. Chunks of 2^16 pixels keep the vectorised 32-bit partial sums
 // from wrapping (2^16 * 255 < 2^32) however wide the picture.
@@ -227,13 +213,6 @@ velmar::Bits applyByteTable(cBitFilter& f, const std::array<std::uint8_t, 256>& 
 
 // ---- CONTRAST's overflow hand-on ----------------------------------------------------------------
 
-// A sum in the program's long arithmetic: leaving the long range is "Overflow".
-inline std::int32_t addLong(std::int32_t a, std::int32_t b) {
-    std::int32_t r;
-    if (__builtin_add_overflow(a, b, &r)) throw RuntimeError::Overflow();
-    return r;
-}
-
 // One round of the hand-on that brings b, g, r into 0..255: the overflow of each channel goes
 // half to each of the other two, so that the hue survives better than with a plain clamp. The
 // eight steps and their order decide the result; d is a truncating div by 2, written as a shift
@@ -291,7 +270,9 @@ template <class T, class Add> void handOnRound(T& b, T& g, T& r, Add add) {
 // each hand-on halves the excess, and a pixel needs a handful of rounds.
 void handOn(std::int32_t& b, std::int32_t& g, std::int32_t& r) {
     while (((b | g | r) & ~255) != 0)
-        handOnRound(b, g, r, addLong);
+        handOnRound(b, g, r, [](std::int32_t x, std::int32_t y) {
+            return filters::checkedLong(std::int64_t{x} + y);
+        });
 }
 
 // Sixteen pixels side by side in 16-bit lanes (eight without AVX2), two such groups at a time:

@@ -1,7 +1,7 @@
 // Hue, lightness and colour-key filters: colours worked out by hand inside an L-shaped
 // selection, and the eight-pixel hue kernels against the one-pixel colour helpers for every
 // colour there is.
-#include "filters/filterFixtures.h"
+#include "filters/pixelCases.h"
 #include "pixel/RuntimeError.h"
 #include "pixel/colour.h"
 
@@ -20,54 +20,7 @@ namespace {
 using test::Pixel;
 using test::pixelAt;
 
-using Filter = std::function<Bits(cBitFilter&)>;
-
-// Selected places of the L shape that receive the colours of a case.
-constexpr std::array<std::array<int, 2>, 4> kSpots = {{{1, 1}, {6, 2}, {2, 3}, {3, 5}}};
-constexpr int kMask = 77;
-
-struct Colour {
-    int b, g, r;
-};
-struct Pair {
-    Colour in, expected;
-};
-struct Case {
-    const char* name;
-    Filter run;
-    std::vector<Pair> pixels; // at kSpots in order
-};
-
-COLORREF rgb(Colour c) {
-    return static_cast<COLORREF>(c.r) | static_cast<COLORREF>(c.g) << 8 |
-           static_cast<COLORREF>(c.b) << 16;
-}
-
-Bits flat(Colour c) {
-    return test::flat(8, 8, {c.b, c.g, c.r, kMask});
-}
-
-// Runs a case in the L shape of a patterned picture holding its colours and checks them, the
-// untouched rest, the object's own picture and a second call.
-void check(const Case& c) {
-    SCOPED_TRACE(c.name);
-    const Region region = test::lShape();
-    Bits picture = test::patterned(8, 8);
-    for (std::size_t i = 0; i < c.pixels.size(); ++i) {
-        const Colour in = c.pixels[i].in;
-        test::setPixel(picture, kSpots[i][0], kSpots[i][1], {in.b, in.g, in.r, kMask});
-    }
-    cBitFilter f = test::filterOn(picture, &region);
-    const Bits out = c.run(f);
-    for (std::size_t i = 0; i < c.pixels.size(); ++i) {
-        const Colour e = c.pixels[i].expected;
-        EXPECT_EQ(pixelAt(out, kSpots[i][0], kSpots[i][1]), (Pixel{e.b, e.g, e.r, kMask}))
-            << "pixel " << i;
-    }
-    test::expectOnlySelectedChanged(picture, out, region);
-    EXPECT_TRUE(test::samePixels(f.BitsView(), picture));
-    EXPECT_TRUE(test::samePixels(c.run(f), out));
-}
+using namespace test::cases;
 
 const Colour kRed{0, 0, 255}, kBlue{255, 0, 0}, kGrey{90, 90, 90};
 

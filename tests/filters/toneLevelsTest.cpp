@@ -1,6 +1,6 @@
 // Level, channel and mix filters: colours worked out by hand inside an L-shaped selection, the
 // rest of the picture untouched, errors that leave the object's picture as it was.
-#include "filters/filterFixtures.h"
+#include "filters/pixelCases.h"
 #include "pixel/RuntimeError.h"
 
 #include <gtest/gtest.h>
@@ -18,63 +18,7 @@ namespace {
 using test::Pixel;
 using test::pixelAt;
 
-using Filter = std::function<Bits(cBitFilter&)>;
-
-// Selected places of the L shape that receive the colours of a case: rows 1, 2, 3 and 5.
-constexpr std::array<std::array<int, 2>, 4> kSpots = {{{1, 1}, {6, 2}, {2, 3}, {3, 5}}};
-constexpr int kMask = 77;
-
-struct Colour {
-    int b, g, r;
-};
-struct Pair {
-    Colour in, expected;
-};
-struct Case {
-    const char* name;
-    Filter run;
-    std::vector<Pair> pixels; // at kSpots in order
-};
-
-// Puts the inputs into a patterned picture, runs the filter in the L shape and checks the
-// expected colours, the mask bytes, the untouched rest, the object's own picture and a second
-// call.
-void check(const Case& c) {
-    SCOPED_TRACE(c.name);
-    const Region region = test::lShape();
-    Bits picture = test::patterned(8, 8);
-    for (std::size_t i = 0; i < c.pixels.size(); ++i) {
-        const Colour in = c.pixels[i].in;
-        test::setPixel(picture, kSpots[i][0], kSpots[i][1], {in.b, in.g, in.r, kMask});
-    }
-    cBitFilter f = test::filterOn(picture, &region);
-    const Bits out = c.run(f);
-    for (std::size_t i = 0; i < c.pixels.size(); ++i) {
-        const Colour e = c.pixels[i].expected;
-        EXPECT_EQ(pixelAt(out, kSpots[i][0], kSpots[i][1]), (Pixel{e.b, e.g, e.r, kMask}))
-            << "pixel " << i;
-    }
-    test::expectOnlySelectedChanged(picture, out, region);
-    EXPECT_TRUE(test::samePixels(f.BitsView(), picture));
-    EXPECT_TRUE(test::samePixels(c.run(f), out));
-}
-
-// The filter fails with the run-time error `number` on `picture`, and the object keeps it.
-void expectError(int number, const Bits& picture, const Filter& run) {
-    const Region region = test::lShape();
-    cBitFilter f = test::filterOn(picture, &region);
-    try {
-        run(f);
-        ADD_FAILURE() << "no error";
-    } catch (const RuntimeError& e) {
-        EXPECT_EQ(e.number(), number);
-    }
-    EXPECT_TRUE(test::samePixels(f.BitsView(), picture));
-}
-
-Bits flat(Colour c) {
-    return test::flat(8, 8, {c.b, c.g, c.r, kMask});
-}
+using namespace test::cases;
 
 TEST(ToneLevels, LevelTables) {
     const Case cases[] = {
