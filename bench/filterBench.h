@@ -77,7 +77,11 @@ inline void registerFilters(std::initializer_list<FilterCase> cases) {
                     state.counters["MPix/s"] = benchmark::Counter(
                         pixels * static_cast<double>(state.iterations()) / 1e6,
                         benchmark::Counter::kIsRate);
-                })->Unit(benchmark::kMillisecond)->UseRealTime();
+                })
+                    ->Unit(benchmark::kMillisecond)
+                    ->UseRealTime()
+                    // The first calls fault the recycled result memory in; time the steady state.
+                    ->MinWarmUpTime(0.1);
             }
         }
     }

@@ -37,6 +37,9 @@ struct FrameSpec {
     // The bottom row of the picture reads the working copy of the row above it, so it runs
     // after every other row has been written.
     bool lastRowLast = false;
+    // Progress names the row of the filter's own loop, which for a filter that writes below and
+    // right of its loop position (MaskFilter) lies this many rows from the row written.
+    std::int32_t progressRowOffset = 0;
 };
 
 // One row of the frame as a kernel sees it. src and out point at channel 0 of pixel (0, y);
@@ -146,7 +149,7 @@ velmar::Bits FilterFrame::Run(cBitFilter& f, const FrameSpec& spec, Kernel&& ker
         copyUpTo(src.Width() + velmar::Bits::kMargin);
     };
     auto afterRow = [&](int y) {
-        if (inLoop(y)) f.ProgressStep(y);
+        if (inLoop(y)) f.ProgressStep(y + spec.progressRowOffset);
     };
 
     const int threads = spec.sequential ? 1 : f.threads_;

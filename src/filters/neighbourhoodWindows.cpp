@@ -638,7 +638,9 @@ velmar::Bits cBitFilter::MaskFilter(const MaskArray& mask, std::int32_t divisor,
 
     const velmar::Bits& src = bits_;
     const std::int32_t W1 = W1_, H1 = H1_;
-    velmar::Bits result = FilterFrame::Run(*this, {}, [&](const FrameRow& row, int x0, int x1) {
+    FrameSpec spec;
+    spec.progressRowOffset = -plan.half;
+    velmar::Bits result = FilterFrame::Run(*this, spec, [&](const FrameRow& row, int x0, int x1) {
         int a = x0, b = x0;
         if (row.y >= cTop && row.y <= cBottom) {
             a = std::max(x0, cLeft);
