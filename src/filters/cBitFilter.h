@@ -30,6 +30,7 @@
 #include <cstdint>
 #include <functional>
 #include <random>
+#include <string_view>
 #include <vector>
 
 namespace velmar {
@@ -172,6 +173,45 @@ class cBitFilter {
     velmar::Bits Halftone(std::int32_t radius, std::int32_t definition, std::int32_t intensity);
     velmar::Bits MaskFilter(const MaskArray& mask, std::int32_t divisor, std::int32_t redOffset,
                             std::int32_t greenOffset, std::int32_t blueOffset, bool keepInside);
+
+    // ---- Deformations (deform.cpp, glass.cpp) --------------------------------------------------
+    // These test the selection at the source position: see deform.cpp.
+    velmar::Bits ROTATE(double degrees, bool cleanBack);
+    velmar::Bits FOLD(std::int32_t horizontal, std::int32_t vertical, bool cleanBack);
+    velmar::Bits STRETCH(std::int32_t horizontal, std::int32_t vertical, bool cleanBack);
+    velmar::Bits BEND(std::int32_t radius, bool cleanBack);
+    velmar::Bits TWIRL(std::int32_t level, std::int32_t offset, bool cleanBack);
+    velmar::Bits DIFFUSE(std::int32_t horizontal, std::int32_t vertical);
+    velmar::Bits WAVES(std::int32_t frequency, std::int32_t amplitude, std::int32_t start);
+    velmar::Bits Flip(bool horizontal, bool vertical);
+    velmar::Bits TILE(std::int32_t factor);
+    // keyColour -1: no key colour.
+    velmar::Bits TileMask(const velmar::Bits& mask, std::int32_t startX, std::int32_t startY,
+                          bool repeat, std::int32_t percent, std::int32_t keyColour);
+    velmar::Bits GLASS(std::string_view style, std::int16_t mode);
+    // radius is a fraction of the larger side, as are x and y of the sides.
+    velmar::Bits LENS(float x, float y, float radius, std::int32_t magnify);
+
+    // ---- Overlays and patterns (overlays.cpp) ------------------------------------------------------
+    velmar::Bits Grid(std::int32_t horizontalStep, std::int32_t verticalStep, bool forceMargins,
+                      COLORREF colour, std::int32_t opacity);
+    velmar::Bits Light(float x, float y, float radius, std::int32_t intensity,
+                       std::int32_t definition);
+    // A colour of -1 stands for the picture's own pixel.
+    velmar::Bits GradientLinear(std::int32_t x1, std::int32_t y1, std::int32_t x2, std::int32_t y2,
+                                std::int32_t colour1, std::int32_t colour2, std::int32_t opacity,
+                                std::int32_t repeats);
+    velmar::Bits GradientCircular(std::int32_t x1, std::int32_t y1, std::int32_t x2,
+                                  std::int32_t y2, std::int32_t colour1, std::int32_t colour2,
+                                  std::int32_t opacity, std::int32_t repeats);
+    velmar::Bits Texturize(const velmar::Bits& texture);
+
+    // ---- Resampling and rotation (resample.cpp) ------------------------------------------------------
+    // These three read `source` and leave the result in the object's own Bits.
+    void BitsResample(const velmar::Bits& source, std::int32_t width, std::int32_t height);
+    void BitsResize(const velmar::Bits& source, std::int32_t width, std::int32_t height);
+    void BitsRotate90(const velmar::Bits& source);
+    velmar::Bits RotateSmooth(double degrees);
 
   private:
     friend class FilterFrame;
