@@ -27,6 +27,8 @@ struct CliCommand {
 CliCommand convertCommand();
 CliCommand depthCommand();
 CliCommand encodeCommand();
+CliCommand filterCommand();
+CliCommand dialogCommand();
 CliCommand gifFramesCommand();
 CliCommand gifFrameCommand();
 

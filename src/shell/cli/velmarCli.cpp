@@ -24,7 +24,8 @@ void printHelp(std::ostream& out) {
 const std::vector<CliCommand>& allCommands() {
     // Commands join this table as their subsystems are built.
     static const std::vector<CliCommand> commands = {
-        convertCommand(), depthCommand(), encodeCommand(), gifFramesCommand(), gifFrameCommand()};
+        convertCommand(),  depthCommand(),  encodeCommand(), gifFramesCommand(),
+        gifFrameCommand(), filterCommand(), dialogCommand()};
     return commands;
 }
 
