@@ -41,6 +41,14 @@ void cBitFilter::Bits(velmar::Bits bits) {
     image_ = sizeRect(bits_);
 }
 
+velmar::Bits cBitFilter::TakeBits() noexcept {
+    velmar::Bits out = std::move(bits_);
+    bits_ = velmar::Bits();
+    W1_ = H1_ = -1;
+    image_ = {};
+    return out;
+}
+
 void cBitFilter::RegionBox(std::int32_t margin) {
     const IntRect r = region_ != nullptr ? region_->Box() : image_;
     box_.left = r.left + margin;

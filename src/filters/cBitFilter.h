@@ -62,6 +62,8 @@ class cBitFilter {
     velmar::Bits Bits() const { return bits_.clone(); }
     // The picture itself, for callers that only read it.
     const velmar::Bits& BitsView() const noexcept { return bits_; }
+    // Moves the picture out without a copy, leaving the object with none (0 by 0).
+    velmar::Bits TakeBits() noexcept;
     // Takes the picture in: W1 = x upper bound - 2, H1 = y upper bound - 2, image rectangle
     // 0, 0, W, H. Large arrays let go are recycled by the pixel memory, so storing each result
     // back costs no page faults on the next call.

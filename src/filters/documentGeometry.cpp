@@ -67,8 +67,13 @@ int32_t scaledSide(int32_t side, int32_t factor, bool multiply) {
 
 } // namespace
 
-velmar::Bits RotateDocument(cBitFilter& f, const velmar::Bits& picture, double degrees,
+velmar::Bits RotateDocument(cBitFilter& f, const velmar::Bits& original, double degrees,
                             bool smooth) {
+    // The object's own picture is replaced by the canvas below: keep a copy of it first.
+    const bool own = &original == &f.BitsView();
+    const velmar::Bits kept = own ? f.Bits() : velmar::Bits();
+    const velmar::Bits& picture = own ? kept : original;
+
     // 1. The turned picture's bounding size.
     const double c = std::fabs(std::cos(degrees * kDocumentDegree));
     const double s = std::fabs(std::sin(degrees * kDocumentDegree));
@@ -96,7 +101,7 @@ velmar::Bits RotateDocument(cBitFilter& f, const velmar::Bits& picture, double d
     const int32_t left = (d - newWidth) / 2;
     const int32_t top = (d - newHeight) / 2;
     f.BitsCrop(turned, left, top, left + newWidth, top + newHeight);
-    return f.Bits();
+    return f.TakeBits();
 }
 
 velmar::Bits ScaleDocument(cBitFilter& f, const velmar::Bits& picture, std::int32_t factor,
@@ -108,7 +113,7 @@ velmar::Bits ScaleDocument(cBitFilter& f, const velmar::Bits& picture, std::int3
         f.BitsResample(picture, w, h);
     else
         f.BitsResize(picture, w, h);
-    return f.Bits();
+    return f.TakeBits();
 }
 
 std::span<const GeometryWord> GeometryWords() {

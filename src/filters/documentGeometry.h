@@ -1,7 +1,8 @@
 #pragma once
-// The turns and size steps of a whole document, headless: each takes the document's picture and
-// returns the new one, made with the filter object `f` (whose picture and selection it replaces
-// along the way). The document stores the result and then sets its own size and selection.
+// The turns and size steps of a whole document, headless: each takes the document's picture (which
+// may be the filter object's own) and returns the new one, made with the filter object `f`, which
+// is left holding the new picture and its own selection as it was. The document stores the result
+// and then sets its own size and selection.
 //
 // The menu words of the quick and quality rotations and of quality sizing are data here, so that
 // the editor's menus and the command line run the same operations.
@@ -17,7 +18,8 @@ namespace velmar {
 // Turns `picture` by `degrees` on a canvas that grows to fit: the picture is laid in the middle
 // of a black square as large as its diagonal, the square is turned (RotateSmooth when `smooth`,
 // else ROTATE with a cleaned background), and the middle part of the turned picture's own bounding
-// size is cut out. Negative degrees turn clockwise.
+// size is cut out. Negative degrees turn clockwise. The result is moved out of `f`, which is left
+// without a picture; the same holds for ScaleDocument and ApplyGeometryWord.
 velmar::Bits RotateDocument(cBitFilter& f, const velmar::Bits& picture, double degrees,
                             bool smooth);
 

@@ -60,6 +60,12 @@ inline void clearRowMargins(uint8_t* row, int width) {
     std::memset(row + std::ptrdiff_t{width} * 4, 0, kLead * 4);
 }
 
+// The loop fields as `for y = 0 to rows - 1: for x = 0 to columns - 1` leaves them.
+void leaveLoopFields(int32_t& x, int32_t& y, int32_t columns, int32_t rows) {
+    y = rows > 0 ? rows : 0;
+    if (rows > 0) x = columns > 0 ? columns : 0;
+}
+
 // The step of a scaler: numerator / size as a single-precision value, the division done in double
 // first. A size of 0 divides by zero.
 float scaleStep(int32_t numerator, int32_t size) {
@@ -402,6 +408,7 @@ void cBitFilter::BitsResize(const velmar::Bits& source, std::int32_t width, std:
         },
         [&](int y) { progressStep(lastProgressMs_, progress_, y, last); });
     Bits(std::move(out));
+    leaveLoopFields(x_, y_, width, height);
     ProgressDone();
 }
 
@@ -444,6 +451,7 @@ void cBitFilter::BitsResample(const velmar::Bits& source, std::int32_t width, st
                                   : (ay.isExact ? run.template operator()<false, true>()
                                                 : run.template operator()<false, false>());
     Bits(std::move(out));
+    leaveLoopFields(x_, y_, width, height);
     ProgressDone();
 }
 
@@ -499,6 +507,7 @@ void cBitFilter::BitsRotate90(const velmar::Bits& source) {
                          static_cast<int32_t>(int64_t{h - 1} * (strip + 1) / strips), h - 1);
         });
     Bits(std::move(out));
+    leaveLoopFields(x_, y_, w, h);
     ProgressDone();
 }
 

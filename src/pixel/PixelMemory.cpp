@@ -64,6 +64,15 @@ class BlockStore {
         }
     }
 
+    void releaseAll() noexcept {
+        std::lock_guard lock(mutex_);
+        for (auto& b : blocks_) {
+            std::free(b.p);
+            b = {};
+        }
+        kept_ = 0;
+    }
+
   private:
     struct Block {
         void* p = nullptr;
@@ -113,6 +122,10 @@ void PixelMemoryFree::operator()(std::uint8_t* p) const noexcept {
 
 PixelMemory allocatePixels(std::size_t bytes) {
     return allocate(bytes, true);
+}
+
+void releaseKeptPixels() noexcept {
+    store().releaseAll();
 }
 
 PixelMemory allocatePixelsUninitialised(std::size_t bytes) {

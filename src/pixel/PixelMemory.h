@@ -24,4 +24,8 @@ PixelMemory allocatePixels(std::size_t bytes);
 // code that writes every byte before reading any (the filter frame's working copy).
 PixelMemory allocatePixelsUninitialised(std::size_t bytes);
 
+// Gives every kept block back to the system. For a program about to do other memory-hungry work
+// with no further pictures of the same size to come (velmar-cli before it encodes its output).
+void releaseKeptPixels() noexcept;
+
 } // namespace velmar

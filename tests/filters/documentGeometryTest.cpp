@@ -74,7 +74,7 @@ TEST(DocumentGeometry, QuickTurnsByHand) {
                [](int i, int j) {
                    return std::pair{j, 2 - i};
                });
-    EXPECT_EQ(f.BitsWidth(), 3);
+    EXPECT_EQ(f.BitsWidth(), 0); // the result was moved out, not copied
     EXPECT_EQ(f.BitsRegion(), &elsewhere); // the square's selection is gone again
     // N270 is +90: out(x, y) = canvas(4 - y, x), r(i, j) = picture(4 - j, i).
     expectTurn(picture, ApplyGeometryWord(f, picture, *FindGeometryWord("N270")), 3, 5,
@@ -86,6 +86,10 @@ TEST(DocumentGeometry, QuickTurnsByHand) {
                [](int i, int j) {
                    return std::pair{4 - i, 2 - j};
                });
+    // The object's own picture may be the one turned.
+    cBitFilter self = test::filterOn(picture, nullptr);
+    const Bits turned = RotateDocument(self, self.BitsView(), -90.0, false);
+    expectTurn(picture, turned, 3, 5, [](int i, int j) { return std::pair{j, 2 - i}; });
     // 45 degrees: c = cos 0.7853985 = 0.7071065, s = 0.7071070, both sides round(5.657) = 6.
     const Bits slanted = ApplyGeometryWord(f, picture, *FindGeometryWord("N45"));
     EXPECT_EQ(slanted.Width(), 6);

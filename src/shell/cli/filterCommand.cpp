@@ -6,6 +6,7 @@
 #include "filters/cBitFilter.h"
 #include "filters/documentGeometry.h"
 #include "filters/filterCommands.h"
+#include "pixel/PixelMemory.h"
 #include "pixel/RuntimeError.h"
 #include "shell/TerminalPort.h"
 #include "shell/cli/CliCommand.h"
@@ -111,6 +112,9 @@ int runOnPicture(CliContext& ctx, std::string_view command, const std::string& i
         ctx.err << "velmar-cli " << command << ": " << e.what() << "\n";
         return 1;
     }
+    // The source and the working pictures are gone; what they left for reuse is not needed
+    // while the result is encoded.
+    releaseKeptPixels();
     return savePicture(result, out, command, ctx, port);
 }
 
@@ -194,7 +198,7 @@ int runFilter(CliContext& ctx, std::span<const std::string> args) {
                             f.BitsRegion(area);
                             // The words the dispatcher accepts without any action leave the
                             // picture as it is.
-                            return command->call != nullptr ? command->call(f) : f.Bits();
+                            return command->call != nullptr ? command->call(f) : f.TakeBits();
                         });
 }
 
