@@ -35,9 +35,8 @@ const bool registered = [] {
         {"FlipV", [](cBitFilter& f) { return f.Flip(false, true); }},
         {"FlipHV", [](cBitFilter& f) { return f.Flip(true, true); }},
         {"TILE3", [](cBitFilter& f) { return f.TILE(3); }},
-        {"TileMask", [](cBitFilter& f) {
-             return f.TileMask(benchMask(), 10, 20, true, 40, 0xFFFFFF);
-         }},
+        {"TileMask",
+         [](cBitFilter& f) { return f.TileMask(benchMask(), 10, 20, true, 40, 0xFFFFFF); }},
         {"GLASSslanting", [](cBitFilter& f) { return f.GLASS("slanting", 0); }},
         {"GLASSvertical", [](cBitFilter& f) { return f.GLASS("vertical", 0); }},
         {"GLASSsquary", [](cBitFilter& f) { return f.GLASS("squary", 1); }},

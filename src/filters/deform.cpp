@@ -17,6 +17,7 @@
 #include "filters/cBitFilter.h"
 #include "filters/filterFrame.h"
 #include "filters/filterMath.h"
+#include "filters/sourceMapped.h"
 #include "filters/pixelWord.h"
 #include "filters/rowRunner.h"
 
@@ -37,14 +38,6 @@
 
 namespace velmar {
 
-namespace filters {
-// A row of source positions: sx[i], sy[i] for the destination (x0 + i, y), i < n.
-using SourceRowMap = std::function<void(std::int32_t y, std::int32_t x0, std::int32_t n,
-                                        std::int32_t* sx, std::int32_t* sy)>;
-velmar::Bits runSourceMapped(cBitFilter& f, std::int32_t& lastSx, std::int32_t& lastSy,
-                             const std::function<void(std::int32_t)>& progressStep, bool clean,
-                             const SourceRowMap& map);
-} // namespace filters
 
 namespace {
 
@@ -147,9 +140,9 @@ class SourceRegion {
     bool inSpans(std::int32_t x, std::int32_t y) const noexcept {
         const auto spans = spans_[static_cast<std::size_t>(y - top_)];
         const RegionSpan* first = spans.data();
-        const RegionSpan* s = std::upper_bound(
-            first, first + spans.size(), x,
-            [](std::int32_t v, const RegionSpan& span) { return v < span.left; });
+        const RegionSpan* s =
+            std::upper_bound(first, first + spans.size(), x,
+                             [](std::int32_t v, const RegionSpan& span) { return v < span.left; });
         return s != first && x < (s - 1)->right;
     }
 
@@ -169,10 +162,9 @@ class SourceRegion {
 // 32-bit indices reach any picture of fewer than 2^31 pixels with its margin, and larger ones
 // take the same loop with 64-bit indices.
 template <bool kWhole, bool kClean, class Index>
-void copyMappedRow(const Pixel32* __restrict origin, Index stridePx,
-                   const Pixel32* __restrict own, Pixel32* __restrict out,
-                   const std::int32_t* __restrict sx, const std::int32_t* __restrict sy,
-                   std::int32_t n, const SourceRegion& test) {
+void copyMappedRow(const Pixel32* __restrict origin, Index stridePx, const Pixel32* __restrict own,
+                   Pixel32* __restrict out, const std::int32_t* __restrict sx,
+                   const std::int32_t* __restrict sy, std::int32_t n, const SourceRegion& test) {
     const std::uint32_t w1 = static_cast<std::uint32_t>(test.w1());
     const std::uint32_t h1 = static_cast<std::uint32_t>(test.h1());
     const std::uint32_t top = static_cast<std::uint32_t>(test.top());
@@ -196,8 +188,9 @@ void copyMappedRow(const Pixel32* __restrict origin, Index stridePx,
         }
         // Unsigned arithmetic: a missed lane may hold any position, and its index is dropped.
         using UIndex = std::make_unsigned_t<Index>;
-        const UIndex raw = static_cast<UIndex>(static_cast<Index>(y)) * static_cast<UIndex>(stridePx) +
-                           static_cast<UIndex>(static_cast<Index>(x));
+        const UIndex raw =
+            static_cast<UIndex>(static_cast<Index>(y)) * static_cast<UIndex>(stridePx) +
+            static_cast<UIndex>(static_cast<Index>(x));
         const Index at = static_cast<Index>(
             raw & static_cast<UIndex>(static_cast<Index>(static_cast<std::int32_t>(ok))));
         const std::uint32_t v = origin[at];
@@ -361,14 +354,14 @@ std::vector<std::int64_t> placements(std::int64_t start, std::int64_t last, std:
 // moves nothing but memory, and the result is not read again soon: with AVX2 the row is written
 // by streaming stores, which skip reading the destination into the cache first (a third of the
 // memory traffic).
-void flipRow(const Pixel32* __restrict from, const Pixel32* __restrict own,
-             Pixel32* __restrict out, std::int32_t w, bool reversed) {
+void flipRow(const Pixel32* __restrict from, const Pixel32* __restrict own, Pixel32* __restrict out,
+             std::int32_t w, bool reversed) {
     const Pixel32* __restrict last = from + (w - 1);
     std::int32_t x = 0;
 #if defined(__AVX2__)
     // Plain stores up to the first 32-byte boundary of the output, then eight pixels at a time.
-    const std::int32_t head = static_cast<std::int32_t>(
-        ((32 - reinterpret_cast<std::uintptr_t>(out) % 32) % 32) / 4);
+    const std::int32_t head =
+        static_cast<std::int32_t>(((32 - reinterpret_cast<std::uintptr_t>(out) % 32) % 32) / 4);
     for (; x < std::min(head, w); ++x)
         out[x] = ((reversed ? last[-x] : from[x]) & ~kMaskByte) | (own[x] & kMaskByte);
     const __m256i colour = _mm256_set1_epi32(static_cast<int>(~kMaskByte));
@@ -382,9 +375,9 @@ void flipRow(const Pixel32* __restrict from, const Pixel32* __restrict own,
         else
             v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + x));
         const __m256i o = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(own + x));
-        _mm256_stream_si256(reinterpret_cast<__m256i*>(out + x),
-                            _mm256_or_si256(_mm256_and_si256(v, colour),
-                                            _mm256_and_si256(o, maskByte)));
+        _mm256_stream_si256(
+            reinterpret_cast<__m256i*>(out + x),
+            _mm256_or_si256(_mm256_and_si256(v, colour), _mm256_and_si256(o, maskByte)));
     }
     _mm_sfence(); // the streamed row is in memory before the thread reports it done
 #endif
@@ -406,12 +399,12 @@ bool lensSources(const double* __restrict root, std::int32_t first, std::int32_t
         const double z = std::nearbyint(root[i]);
         const double mx = m * dx, my = m * dy;
         // Quotients below 2^31 in size, cut toward zero by the conversion to a long.
-        const bool small = (std::fabs(mx) < 2147483647.0) & (std::fabs(my) < 2147483647.0) &
-                           (z >= 1.0);
+        const bool small =
+            (std::fabs(mx) < 2147483647.0) & (std::fabs(my) < 2147483647.0) & (z >= 1.0);
         const double qx = static_cast<std::int32_t>(pick(small, std::nearbyint(mx) / z, 0.0)) + cx;
         const double qy = static_cast<std::int32_t>(pick(small, std::nearbyint(my) / z, 0.0)) + cy;
-        const bool fits = small & (qx >= kLongMin) & (qx <= kLongMax) & (qy >= kLongMin) &
-                          (qy <= kLongMax);
+        const bool fits =
+            small & (qx >= kLongMin) & (qx <= kLongMax) & (qy >= kLongMin) & (qy <= kLongMax);
         bad |= fits ? 0u : 1u;
         sx[i] = static_cast<std::int32_t>(fits ? qx : 0.0);
         sy[i] = static_cast<std::int32_t>(fits ? qy : 0.0);
@@ -434,22 +427,22 @@ velmar::Bits cBitFilter::ROTATE(double degrees, bool cleanBack) {
     const double cs = std::cos(a), sn = std::sin(a);
     const std::int32_t cx = W1_ / 2, cy = H1_ / 2;
     const std::function<void(std::int32_t)> step = [this](std::int32_t y) { ProgressStep(y); };
-    velmar::Bits out = mapSources(
-        *this, {sx_, sy_, step}, cleanBack, false,
-        [=](std::int32_t y, std::int32_t x0, std::int32_t n, std::int32_t* __restrict sx,
-            std::int32_t* __restrict sy) {
-            const double dy = y - cy;
-            // dy*sin a and dy*cos a are the same products in every pixel of the row.
-            const double dySn = dy * sn, dyCs = dy * cs;
-            const double cxd = cx, cyd = cy;
-            std::uint32_t bad = 0;
-            for (std::int32_t i = 0; i < n; ++i) {
-                const double dx = x0 + i - cx;
-                sx[i] = roundLane(dx * cs - dySn + cxd, bad);
-                sy[i] = roundLane(dx * sn + dyCs + cyd, bad);
-            }
-            throwIfBad(bad);
-        });
+    const auto map = [=](std::int32_t y, std::int32_t x0, std::int32_t n,
+                         std::int32_t* __restrict sx, std::int32_t* __restrict sy) {
+        const double dy = y - cy;
+        // dy*sin a and dy*cos a are the same products in every pixel
+        // of the row.
+        const double dySn = dy * sn, dyCs = dy * cs;
+        const double cxd = cx, cyd = cy;
+        std::uint32_t bad = 0;
+        for (std::int32_t i = 0; i < n; ++i) {
+            const double dx = x0 + i - cx;
+            sx[i] = roundLane(dx * cs - dySn + cxd, bad);
+            sy[i] = roundLane(dx * sn + dyCs + cyd, bad);
+        }
+        throwIfBad(bad);
+    };
+    velmar::Bits out = mapSources(*this, {sx_, sy_, step}, cleanBack, false, map);
     ProgressDone();
     return out;
 }
@@ -469,22 +462,21 @@ velmar::Bits cBitFilter::FOLD(std::int32_t horizontal, std::int32_t vertical, bo
                 filters::fdiv((static_cast<double>(x - cx) / 100.0) * horizontal, W1) + 1.0);
     const double* factor = columnFactor.data();
     const std::function<void(std::int32_t)> step = [this](std::int32_t y) { ProgressStep(y); };
-    velmar::Bits out = mapSources(
-        *this, {sx_, sy_, step}, cleanBack, false,
-        [=](std::int32_t y, std::int32_t x0, std::int32_t n, std::int32_t* __restrict sx,
-            std::int32_t* __restrict sy) {
-            const double dy = y - cy;
-            const double rowFactor = filters::fdiv((dy / 100.0) * vertical, H1) + 1.0;
-            const double* __restrict colFactor = factor + (x0 - cut.left);
-            const double cxd = cx, cyd = cy;
-            std::uint32_t bad = 0;
-            for (std::int32_t i = 0; i < n; ++i) {
-                const double dx = x0 + i - cx;
-                sx[i] = roundLane(rowFactor * dx + cxd, bad);
-                sy[i] = roundLane(colFactor[i] * dy + cyd, bad);
-            }
-            throwIfBad(bad);
-        });
+    const auto map = [=](std::int32_t y, std::int32_t x0, std::int32_t n,
+                         std::int32_t* __restrict sx, std::int32_t* __restrict sy) {
+        const double dy = y - cy;
+        const double rowFactor = filters::fdiv((dy / 100.0) * vertical, H1) + 1.0;
+        const double* __restrict colFactor = factor + (x0 - cut.left);
+        const double cxd = cx, cyd = cy;
+        std::uint32_t bad = 0;
+        for (std::int32_t i = 0; i < n; ++i) {
+            const double dx = x0 + i - cx;
+            sx[i] = roundLane(rowFactor * dx + cxd, bad);
+            sy[i] = roundLane(colFactor[i] * dy + cyd, bad);
+        }
+        throwIfBad(bad);
+    };
+    velmar::Bits out = mapSources(*this, {sx_, sy_, step}, cleanBack, false, map);
     ProgressDone();
     return out;
 }
@@ -505,13 +497,12 @@ velmar::Bits cBitFilter::STRETCH(std::int32_t horizontal, std::int32_t vertical,
     const std::int32_t* xTable = xs.data();
     const std::int32_t* yTable = ys.data();
     const std::function<void(std::int32_t)> step = [this](std::int32_t y) { ProgressStep(y); };
-    velmar::Bits out = mapSources(*this, {sx_, sy_, step}, cleanBack, false,
-                                  [=](std::int32_t y, std::int32_t x0, std::int32_t n,
-                                      std::int32_t* __restrict sx, std::int32_t* __restrict sy) {
-                                      std::memcpy(sx, xTable + x0,
-                                                  static_cast<std::size_t>(n) * sizeof *sx);
-                                      std::fill(sy, sy + n, yTable[y]);
-                                  });
+    const auto map = [=](std::int32_t y, std::int32_t x0, std::int32_t n,
+                         std::int32_t* __restrict sx, std::int32_t* __restrict sy) {
+        std::memcpy(sx, xTable + x0, static_cast<std::size_t>(n) * sizeof *sx);
+        std::fill(sy, sy + n, yTable[y]);
+    };
+    velmar::Bits out = mapSources(*this, {sx_, sy_, step}, cleanBack, false, map);
     ProgressDone();
     return out;
 }
@@ -537,52 +528,52 @@ velmar::Bits cBitFilter::BEND(std::int32_t radius, bool cleanBack) {
         return roundToLong(t * W1 / kTwoPi);
     };
     const std::function<void(std::int32_t)> step = [this](std::int32_t y) { ProgressStep(y); };
-    velmar::Bits out = mapSources(
-        *this, {sx_, sy_, step}, cleanBack, false,
-        [=](std::int32_t y, std::int32_t x0, std::int32_t n, std::int32_t* __restrict sx,
-            std::int32_t* __restrict sy) {
-            const std::int32_t dyi = y - cy;
-            const double dy = dyi;
-            thread_local std::vector<double> rootBuf;
-            double* __restrict root = scratch(rootBuf, n);
-            for (std::int32_t i = 0; i < n; ++i) {
-                const double dx = x0 + i - cx;
-                root[i] = dx * dx + dy * dy;
-            }
-            sqrtRow(root, root, n);
-            std::uint32_t bad = 0;
+    const auto map = [=](std::int32_t y, std::int32_t x0, std::int32_t n,
+                         std::int32_t* __restrict sx, std::int32_t* __restrict sy) {
+        const std::int32_t dyi = y - cy;
+        const double dy = dyi;
+        thread_local std::vector<double> rootBuf;
+        double* __restrict root = scratch(rootBuf, n);
+        for (std::int32_t i = 0; i < n; ++i) {
+            const double dx = x0 + i - cx;
+            root[i] = dx * dx + dy * dy;
+        }
+        sqrtRow(root, root, n);
+        std::uint32_t bad = 0;
+        for (std::int32_t i = 0; i < n; ++i)
+            sy[i] = roundLane(h1d - kd * root[i], bad);
+        // sx cannot overflow (its angle lies in 0..2pi); sy can.
+        throwIfBad(bad);
+        if (dyi == 0) {
             for (std::int32_t i = 0; i < n; ++i)
-                sy[i] = roundLane(h1d - kd * root[i], bad);
-            // sx cannot overflow (the angle lies within 0..2pi), sy can: its error comes first.
-            throwIfBad(bad);
-            if (dyi == 0) {
-                for (std::int32_t i = 0; i < n; ++i)
-                    sx[i] = column(x0 + i - cx, 0);
-                return;
-            }
-            thread_local std::vector<std::int32_t> doubtBuf;
-            std::int32_t* __restrict doubt = scratch(doubtBuf, n);
-            // PolarAngle(dy, dx) is atan(dx/dy), plus pi below the centre.
-            const double shift = dyi > 0 ? 0.0 : kPi;
-            const bool below = dyi < 0;
-            const double width = w1d, tie = eps;
-            const std::int32_t left = x0 - cx;
-            std::uint32_t anyDoubt = 0;
-            for (std::int32_t i = 0; i < n; ++i) {
-                const double dx = left + i;
-                const double turn = -(atanFast(dx / dy) + shift);
-                const double t = pick(below | (dx > 0.0), turn + kTwoPi, turn);
-                const double v = t * width / kTwoPi;
-                const double r = std::nearbyint(v);
-                const bool d = nearTie(v, r, tie);
-                doubt[i] = d ? 1 : 0;
-                anyDoubt |= d ? 1u : 0u;
-                sx[i] = static_cast<std::int32_t>(d ? 0.0 : r);
-            }
-            if (anyDoubt != 0)
-                for (std::int32_t i = 0; i < n; ++i)
-                    if (doubt[i] != 0) sx[i] = column(x0 + i - cx, dyi);
-        });
+                sx[i] = column(x0 + i - cx, 0);
+            return;
+        }
+        thread_local std::vector<std::int32_t> doubtBuf;
+        std::int32_t* __restrict doubt = scratch(doubtBuf, n);
+        // PolarAngle(dy, dx) is atan(dx/dy), plus pi below the
+        // centre.
+        const double shift = dyi > 0 ? 0.0 : kPi;
+        const bool below = dyi < 0;
+        const double width = w1d, tie = eps;
+        const std::int32_t left = x0 - cx;
+        std::uint32_t anyDoubt = 0;
+        for (std::int32_t i = 0; i < n; ++i) {
+            const double dx = left + i;
+            const double turn = -(atanFast(dx / dy) + shift);
+            const double t = pick(below | (dx > 0.0), turn + kTwoPi, turn);
+            const double v = t * width / kTwoPi;
+            const double r = std::nearbyint(v);
+            const bool d = nearTie(v, r, tie);
+            doubt[i] = d ? 1 : 0;
+            anyDoubt |= d ? 1u : 0u;
+            sx[i] = static_cast<std::int32_t>(d ? 0.0 : r);
+        }
+        if (anyDoubt != 0)
+            for (std::int32_t i = 0; i < n; ++i)
+                if (doubt[i] != 0) sx[i] = column(x0 + i - cx, dyi);
+    };
+    velmar::Bits out = mapSources(*this, {sx_, sy_, step}, cleanBack, false, map);
     ProgressDone();
     return out;
 }
@@ -624,7 +615,8 @@ velmar::Bits cBitFilter::TWIRL(std::int32_t level, std::int32_t offset, bool cle
     if (cut.left <= cut.right && cut.top <= cut.bottom) {
         const double far = std::max(std::fabs(cut.left - cxd), std::fabs(cut.right - cxd));
         const double high = std::max(std::fabs(cut.top - cyd), std::fabs(cut.bottom - cyd));
-        const std::size_t rMax = static_cast<std::size_t>(std::nearbyint(std::sqrt(far * far + high * high)));
+        const std::size_t rMax =
+            static_cast<std::size_t>(std::nearbyint(std::sqrt(far * far + high * high)));
         cosTable.resize(2 * rMax + 2);
         sinTable.resize(2 * rMax + 2);
         const double leftShift = kPi - 3.14159265358979323846;
@@ -642,51 +634,51 @@ velmar::Bits cBitFilter::TWIRL(std::int32_t level, std::int32_t offset, bool cle
     const double epsB = 0x1p-46 * (std::fabs(k) + 1.0);
 
     const std::function<void(std::int32_t)> step = [this](std::int32_t y) { ProgressStep(y); };
-    velmar::Bits out = mapSources(
-        *this, {sx_, sy_, step}, cleanBack, false,
-        [=](std::int32_t y, std::int32_t x0, std::int32_t n, std::int32_t* __restrict sx,
-            std::int32_t* __restrict sy) {
-            const std::int32_t dyi = y - cy;
-            const double dy = dyi;
-            thread_local std::vector<std::int32_t> doubtBuf;
-            thread_local std::vector<double> rootBuf;
-            std::int32_t* __restrict doubt = scratch(doubtBuf, n);
-            double* __restrict root = scratch(rootBuf, n);
-            const std::int32_t left = x0 - cx;
-            for (std::int32_t i = 0; i < n; ++i) {
-                const double dx = left + i;
-                root[i] = dx * dx + dy * dy;
-            }
-            sqrtRow(root, root, n);
-            // The captured values as locals: the compiler then knows the stores leave them be.
-            const double* __restrict cosR = cosT;
-            const double* __restrict sinR = sinT;
-            const double ex = cxd, ey = cyd, e1 = epsA, e2 = epsB;
-            std::uint32_t anyDoubt = 0;
-            for (std::int32_t i = 0; i < n; ++i) {
-                const std::int32_t dxi = left + i;
-                const double dx = dxi;
-                // The centre (rho 0, a quotient 0/0 here) lies on the centre column, which the
-                // formula computes.
-                const double rho = root[i];
-                const double r = std::nearbyint(rho);
-                const std::int32_t at = 2 * static_cast<std::int32_t>(r) + (dxi < 0 ? 1 : 0);
-                const double ct = cosR[at], st = sinR[at];
-                const double c = dx / rho, s = dy / rho;
-                const double vx = r * (c * ct - s * st) + ex;
-                const double vy = r * (s * ct + c * st) + ey;
-                const double eps = (r + 1.0) * (e1 + r * e2);
-                const double rx = std::nearbyint(vx), ry = std::nearbyint(vy);
-                const bool d = (dxi == 0) | nearTie(vx, rx, eps) | nearTie(vy, ry, eps);
-                doubt[i] = d ? 1 : 0;
-                anyDoubt |= d ? 1u : 0u;
-                sx[i] = static_cast<std::int32_t>(d ? 0.0 : rx);
-                sy[i] = static_cast<std::int32_t>(d ? 0.0 : ry);
-            }
-            if (anyDoubt != 0)
-                for (std::int32_t i = 0; i < n; ++i)
-                    if (doubt[i] != 0) exact(x0 + i - cx, dyi, sx[i], sy[i]);
-        });
+    const auto map = [=](std::int32_t y, std::int32_t x0, std::int32_t n,
+                         std::int32_t* __restrict sx, std::int32_t* __restrict sy) {
+        const std::int32_t dyi = y - cy;
+        const double dy = dyi;
+        thread_local std::vector<std::int32_t> doubtBuf;
+        thread_local std::vector<double> rootBuf;
+        std::int32_t* __restrict doubt = scratch(doubtBuf, n);
+        double* __restrict root = scratch(rootBuf, n);
+        const std::int32_t left = x0 - cx;
+        for (std::int32_t i = 0; i < n; ++i) {
+            const double dx = left + i;
+            root[i] = dx * dx + dy * dy;
+        }
+        sqrtRow(root, root, n);
+        // The captured values as locals: the compiler then knows the stores leave
+        // them be.
+        const double* __restrict cosR = cosT;
+        const double* __restrict sinR = sinT;
+        const double ex = cxd, ey = cyd, e1 = epsA, e2 = epsB;
+        std::uint32_t anyDoubt = 0;
+        for (std::int32_t i = 0; i < n; ++i) {
+            const std::int32_t dxi = left + i;
+            const double dx = dxi;
+            // The centre (rho 0, a quotient 0/0 here) lies on the centre column,
+            // which the formula computes.
+            const double rho = root[i];
+            const double r = std::nearbyint(rho);
+            const std::int32_t at = 2 * static_cast<std::int32_t>(r) + (dxi < 0 ? 1 : 0);
+            const double ct = cosR[at], st = sinR[at];
+            const double c = dx / rho, s = dy / rho;
+            const double vx = r * (c * ct - s * st) + ex;
+            const double vy = r * (s * ct + c * st) + ey;
+            const double eps = (r + 1.0) * (e1 + r * e2);
+            const double rx = std::nearbyint(vx), ry = std::nearbyint(vy);
+            const bool d = (dxi == 0) | nearTie(vx, rx, eps) | nearTie(vy, ry, eps);
+            doubt[i] = d ? 1 : 0;
+            anyDoubt |= d ? 1u : 0u;
+            sx[i] = static_cast<std::int32_t>(d ? 0.0 : rx);
+            sy[i] = static_cast<std::int32_t>(d ? 0.0 : ry);
+        }
+        if (anyDoubt != 0)
+            for (std::int32_t i = 0; i < n; ++i)
+                if (doubt[i] != 0) exact(x0 + i - cx, dyi, sx[i], sy[i]);
+    };
+    velmar::Bits out = mapSources(*this, {sx_, sy_, step}, cleanBack, false, map);
     ProgressDone();
     return out;
 }
@@ -697,28 +689,28 @@ velmar::Bits cBitFilter::DIFFUSE(std::int32_t horizontal, std::int32_t vertical)
     const double h = horizontal, v = vertical;
     const double hHalf = horizontal / 2.0, vHalf = vertical / 2.0;
     const std::function<void(std::int32_t)> step = [this](std::int32_t y) { ProgressStep(y); };
-    velmar::Bits out = mapSources(
-        *this, {sx_, sy_, step}, false, true,
-        [&](std::int32_t y, std::int32_t x0, std::int32_t n, std::int32_t* __restrict sx,
-            std::int32_t* __restrict sy) {
-            thread_local std::vector<double> drawBuf;
-            double* __restrict draws = scratch(drawBuf, 2 * n);
-            for (std::int32_t i = 0; i < 2 * n; ++i)
-                draws[i] = Rnd();
-            const double yd = y;
-            std::uint32_t bad = 0;
-            for (std::int32_t i = 0; i < n; ++i) {
-                const double x = x0 + i;
-                sx[i] = roundLane(draws[2 * i] * h + x - hHalf, bad);
-                sy[i] = roundLane(draws[2 * i + 1] * v + yd - vHalf, bad);
-            }
-            throwIfBad(bad);
-        });
+    const auto map = [&](std::int32_t y, std::int32_t x0, std::int32_t n,
+                         std::int32_t* __restrict sx, std::int32_t* __restrict sy) {
+        thread_local std::vector<double> drawBuf;
+        double* __restrict draws = scratch(drawBuf, 2 * n);
+        for (std::int32_t i = 0; i < 2 * n; ++i)
+            draws[i] = Rnd();
+        const double yd = y;
+        std::uint32_t bad = 0;
+        for (std::int32_t i = 0; i < n; ++i) {
+            const double x = x0 + i;
+            sx[i] = roundLane(draws[2 * i] * h + x - hHalf, bad);
+            sy[i] = roundLane(draws[2 * i + 1] * v + yd - vHalf, bad);
+        }
+        throwIfBad(bad);
+    };
+    velmar::Bits out = mapSources(*this, {sx_, sy_, step}, false, true, map);
     ProgressDone();
     return out;
 }
 
-// ---- Destination-tested deformations --------------------------------------------------------------
+// ---- Destination-tested deformations
+// --------------------------------------------------------------
 
 // Rows move vertically by a sine of the row; the table of source rows covers the picture and is
 // kept within it.
@@ -726,9 +718,8 @@ velmar::Bits cBitFilter::WAVES(std::int32_t frequency, std::int32_t amplitude, s
     std::vector<std::int32_t> rows(static_cast<std::size_t>(std::max(H1_ + 1, 0)));
     const double swing = amplitude * 0.25;
     for (std::int32_t y = 0; y <= H1_; ++y) {
-        const std::int32_t phase =
-            filters::checkedLong(std::int64_t{filters::checkedLong(std::int64_t{y} * frequency)} +
-                                 start);
+        const std::int32_t phase = filters::checkedLong(
+            std::int64_t{filters::checkedLong(std::int64_t{y} * frequency)} + start);
         const std::int32_t r = roundToLong(swing * std::sin(phase * kPi / 180.0) + y);
         rows[static_cast<std::size_t>(y)] = std::clamp(r, 0, H1_);
     }
@@ -809,8 +800,8 @@ velmar::Bits cBitFilter::TILE(std::int32_t factor) {
         std::uint8_t* o = out.Row(y);
         std::memcpy(o - kLead, s - kLead, static_cast<std::size_t>(stride));
         if (y < cut.top || y > cut.bottom) return;
-        const Pixel32* __restrict from = reinterpret_cast<const Pixel32*>(
-            src.Row(rows[static_cast<std::size_t>(y - cut.top)]));
+        const Pixel32* __restrict from =
+            reinterpret_cast<const Pixel32*>(src.Row(rows[static_cast<std::size_t>(y - cut.top)]));
         const Pixel32* __restrict own = reinterpret_cast<const Pixel32*>(s);
         Pixel32* __restrict op = reinterpret_cast<Pixel32*>(o);
         const std::int32_t* __restrict col = columns.data() - cut.left;
@@ -838,9 +829,10 @@ velmar::Bits cBitFilter::TILE(std::int32_t factor) {
 }
 
 // A second picture laid over this one from (startX, startY), repeated or once, and mixed in by
-// percent; mask pixels of the key colour leave the picture alone. The placements of the mask
-// are those of the program's loops, in their order; each row of the picture applies the ones
-// that cover it, in that order, so the rows run on all threads with the same result.
+// percent; mask pixels of the key colour leave the picture alone. The placements of the mask are
+// those of the program's loops, which never overlap: a repeat steps by the mask's size, and
+// otherwise at most one placement reaches the picture. So each pixel takes at most one mask
+// pixel, each row finds its own, and the rows run on all threads.
 velmar::Bits cBitFilter::TileMask(const velmar::Bits& mask, std::int32_t startX,
                                   std::int32_t startY, bool repeat, std::int32_t percent,
                                   std::int32_t keyColour) {
@@ -888,30 +880,31 @@ velmar::Bits cBitFilter::TileMask(const velmar::Bits& mask, std::int32_t startX,
         std::uint8_t* o = out.Row(y);
         std::memcpy(o - kLead, s - kLead, static_cast<std::size_t>(stride));
         if (y < 0 || y > H1 || xs.empty()) return;
-        // The placements covering row y, in loop order.
-        for (const std::int64_t py : ys) {
-            if (py > y || py + mh < y) continue;
-            const std::uint8_t* m = mask.Row(static_cast<int>(y - py));
-            for (const std::int64_t px : xs) {
-                const std::int32_t left = static_cast<std::int32_t>(std::max<std::int64_t>(px, 0));
-                const std::int32_t right =
-                    static_cast<std::int32_t>(std::min<std::int64_t>(px + mw, W1));
-                FilterFrame::ForEachSelected(*this, y, left, right, [&](int x0, int x1) {
-                    for (int x = x0; x < x1; ++x) {
-                        const std::uint8_t* mp = m + (x - px) * 4;
-                        if (keyed && mp[0] == keyBlue && mp[1] == keyGreen && mp[2] == keyRed)
-                            continue;
-                        std::uint8_t* op = o + x * 4;
-                        const std::uint8_t* sp = s + x * 4;
-                        for (int c = 0; c < 3; ++c) {
-                            const std::uint16_t v = mix[static_cast<std::size_t>(sp[c] * 256 + mp[c])];
-                            if (v == kOverflow) throw RuntimeError::Overflow();
-                            op[c] = static_cast<std::uint8_t>(v);
-                        }
+        // The placement covering row y, if any.
+        const auto py = std::lower_bound(ys.begin(), ys.end(), std::int64_t{y} - mh);
+        if (py == ys.end() || *py > y) return;
+        const std::uint8_t* m = mask.Row(static_cast<int>(y - *py));
+        FilterFrame::ForEachSelected(*this, y, 0, W1, [&](int x0, int x1) {
+            // The placements meeting the span x0..x1-1.
+            for (auto px = std::lower_bound(xs.begin(), xs.end(), std::int64_t{x0} - mw);
+                 px != xs.end() && *px < x1; ++px) {
+                const int from = static_cast<int>(std::max<std::int64_t>(*px, x0));
+                const int to = static_cast<int>(std::min<std::int64_t>(*px + mw + 1, x1));
+                const std::uint8_t* mRow = m + (std::int64_t{from} - *px) * 4;
+                for (int x = from; x < to; ++x, mRow += 4) {
+                    if (keyed && mRow[0] == keyBlue && mRow[1] == keyGreen && mRow[2] == keyRed)
+                        continue;
+                    std::uint8_t* op = o + x * 4;
+                    const std::uint8_t* sp = s + x * 4;
+                    for (int c = 0; c < 3; ++c) {
+                        const std::uint16_t v =
+                            mix[static_cast<std::size_t>(sp[c] * 256 + mRow[c])];
+                        if (v == kOverflow) throw RuntimeError::Overflow();
+                        op[c] = static_cast<std::uint8_t>(v);
                     }
-                });
+                }
             }
-        }
+        });
     };
     filters::runRows(-velmar::Bits::kMargin, src.Height() - 1 + velmar::Bits::kMargin, threads_,
                      rowFn, [&](int y) {
@@ -950,8 +943,8 @@ velmar::Bits cBitFilter::LENS(float x, float y, float radius, std::int32_t magni
     auto progress = [&](std::int64_t dy) {
         if (nowMs() - lastProgressMs_ > 10) {
             lastProgressMs_ = nowMs();
-            const std::int32_t percent = filters::idiv(
-                filters::checkedLong((dy + R) * 100), filters::checkedLong(2 * std::int64_t{R}));
+            const std::int32_t percent = filters::idiv(filters::checkedLong((dy + R) * 100),
+                                                       filters::checkedLong(2 * std::int64_t{R}));
             if (progress_) progress_(percent);
         }
     };
@@ -966,14 +959,19 @@ velmar::Bits cBitFilter::LENS(float x, float y, float radius, std::int32_t magni
     const std::int64_t dyLast = std::min<std::int64_t>(R, bottom - cy);
     const bool anyRow = src.IsAllocated() && dyFirst <= dyLast && left <= right;
 
-    velmar::Bits out = src.IsAllocated() ? src.clone() : velmar::Bits{};
     std::int32_t lastSx = sx_, lastSy = sy_;
-    if (!anyRow) {
-        // No row of the square reaches the selection: the loop changes nothing.
+    if (!src.IsAllocated()) {
         if (-std::int64_t{R} <= R) progress(-std::int64_t{R});
-    } else {
-        if (dyFirst > -std::int64_t{R}) progress(-std::int64_t{R});
-        const std::int32_t rowCount = static_cast<std::int32_t>(dyLast - dyFirst + 1);
+        ProgressDone();
+        return {};
+    }
+    velmar::Bits out = velmar::Bits::Uninitialised(src.Width(), src.Height());
+    // The rows of the square before the first that reaches the selection take their progress
+    // step at once (all of them, when none does: then the loop changes nothing).
+    if ((!anyRow || dyFirst > -std::int64_t{R}) && -std::int64_t{R} <= R)
+        progress(-std::int64_t{R});
+    {
+        const std::int32_t rowCount = anyRow ? static_cast<std::int32_t>(dyLast - dyFirst + 1) : 0;
         // The source position of the last pixel each row wrote, for the fields.
         struct Last {
             bool any = false;
@@ -993,8 +991,8 @@ velmar::Bits cBitFilter::LENS(float x, float y, float radius, std::int32_t magni
             auto inside = [&](std::int64_t dx) {
                 return static_cast<double>(dx) * static_cast<double>(dx) + dy2 < limit;
             };
-            std::int64_t a = std::min<std::int64_t>(
-                static_cast<std::int64_t>(std::sqrt(limit - dy2)), R);
+            std::int64_t a =
+                std::min<std::int64_t>(static_cast<std::int64_t>(std::sqrt(limit - dy2)), R);
             while (a < R && inside(a + 1))
                 ++a;
             while (a >= 0 && !inside(a))
@@ -1049,9 +1047,19 @@ velmar::Bits cBitFilter::LENS(float x, float y, float radius, std::int32_t magni
                     lastOfRow[static_cast<std::size_t>(r)] = {true, sxs[n - 1], sys[n - 1]};
                 });
         };
-        filters::runRows(0, rowCount - 1, threads_, rowFn,
-                         [&](int r) { progress(dyFirst + r); });
-        if (dyLast < R) progress(dyLast + 1);
+        // Each row of the picture is copied, and the rows of the square drawn over it.
+        const std::int64_t firstRow = cy + dyFirst;
+        auto inSquare = [&](int row) { return row - firstRow >= 0 && row - firstRow < rowCount; };
+        auto pictureRow = [&](int row) {
+            std::memcpy(out.Row(row) - kLead, src.Row(row) - kLead,
+                        static_cast<std::size_t>(src.Stride()));
+            if (inSquare(row)) rowFn(static_cast<int>(row - firstRow));
+        };
+        filters::runRows(-velmar::Bits::kMargin, src.Height() - 1 + velmar::Bits::kMargin, threads_,
+                         pictureRow, [&](int row) {
+                             if (inSquare(row)) progress(row - cy);
+                         });
+        if (anyRow && dyLast < R) progress(dyLast + 1);
         for (std::size_t r = lastOfRow.size(); r-- > 0;)
             if (lastOfRow[r].any) {
                 lastSx = lastOfRow[r].sx;

@@ -9,6 +9,7 @@
 #include "filters/cBitFilter.h"
 #include "filters/filterFrame.h"
 #include "filters/filterMath.h"
+#include "filters/sourceMapped.h"
 #include "pixel/RuntimeError.h"
 
 #include <algorithm>
@@ -19,14 +20,6 @@
 
 namespace velmar {
 
-namespace filters {
-// The frame of the source-tested deformations, which deform.cpp owns.
-using SourceRowMap = std::function<void(std::int32_t y, std::int32_t x0, std::int32_t n,
-                                        std::int32_t* sx, std::int32_t* sy)>;
-velmar::Bits runSourceMapped(cBitFilter& f, std::int32_t& lastSx, std::int32_t& lastSy,
-                             const std::function<void(std::int32_t)>& progressStep, bool clean,
-                             const SourceRowMap& map);
-} // namespace filters
 
 namespace {
 
@@ -35,12 +28,18 @@ enum class Ripple { None, Tan2, Sin3, Sin5, Cos10, Tan };
 
 double ripple(Ripple r, double v) {
     switch (r) {
-    case Ripple::Tan2: return 2.0 * std::tan(v) + v;
-    case Ripple::Sin3: return v - 3.0 * std::sin(v);
-    case Ripple::Sin5: return v - 5.0 * std::sin(v);
-    case Ripple::Cos10: return v - 10.0 * std::cos(v);
-    case Ripple::Tan: return std::tan(v);
-    case Ripple::None: break;
+    case Ripple::Tan2:
+        return 2.0 * std::tan(v) + v;
+    case Ripple::Sin3:
+        return v - 3.0 * std::sin(v);
+    case Ripple::Sin5:
+        return v - 5.0 * std::sin(v);
+    case Ripple::Cos10:
+        return v - 10.0 * std::cos(v);
+    case Ripple::Tan:
+        return std::tan(v);
+    case Ripple::None:
+        break;
     }
     return v;
 }
@@ -191,8 +190,8 @@ velmar::Bits cBitFilter::GLASS(std::string_view style, std::int16_t mode) {
                 const double base = start + step * i;
                 const double v = base - amount * (s0 * cosI[i] + c0 * sinI[i]);
                 const double r = std::nearbyint(v);
-                const bool d = (std::fabs(std::fabs(v - r) - 0.5) <= eps) |
-                               !(std::fabs(v) < 1073741824.0);
+                const bool d =
+                    (std::fabs(std::fabs(v - r) - 0.5) <= eps) | !(std::fabs(v) < 1073741824.0);
                 doubt[i] = d ? 1 : 0;
                 anyDoubt |= d ? 1u : 0u;
                 moved[i] = static_cast<std::int32_t>(d ? 0.0 : r);

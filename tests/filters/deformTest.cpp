@@ -51,8 +51,8 @@ void expectOnlyBoxChanged(const Bits& before, const Bits& after, const IntRect& 
             }
 }
 
-const IntRect kLBox{1, 1, 7, 7};    // the box of test::lShape()
-const IntRect kWhole{0, 0, 8, 8};   // no selection
+const IntRect kLBox{1, 1, 7, 7};  // the box of test::lShape()
+const IntRect kWhole{0, 0, 8, 8}; // no selection
 
 struct MappingCase {
     const char* what;
@@ -66,27 +66,37 @@ TEST(Deform, SourcePositionsOfTheMappings) {
     const MappingCase cases[] = {
         // a = 90 * 0.0174532886... = 1.57079598: cos a = 3.5e-7, sin a = 1 - 6e-14, so
         // sx = round(-dy + 3) = 6 - y and sy = round(dx + 3) = x.
-        {"ROTATE 90", true, [](cBitFilter& f) { return f.ROTATE(90, false); },
-         {{1, 1, 5, 1},           // source (5, 1) is selected
-          {5, 2, kKept, 0},       // source (4, 5) is not: a miss keeps the pixel
-          {4, 5, 1, 4},           // outside the L but inside its box: changes
-          {1, 6, kKept, 0},       // source (0, 1)
-          {0, 0, kKept, 0}}},     // outside the box
-        {"ROTATE 90 clean", true, [](cBitFilter& f) { return f.ROTATE(90, true); },
+        {"ROTATE 90",
+         true,
+         [](cBitFilter& f) { return f.ROTATE(90, false); },
+         {{1, 1, 5, 1},       // source (5, 1) is selected
+          {5, 2, kKept, 0},   // source (4, 5) is not: a miss keeps the pixel
+          {4, 5, 1, 4},       // outside the L but inside its box: changes
+          {1, 6, kKept, 0},   // source (0, 1)
+          {0, 0, kKept, 0}}}, // outside the box
+        {"ROTATE 90 clean",
+         true,
+         [](cBitFilter& f) { return f.ROTATE(90, true); },
          {{1, 1, 5, 1}, {5, 2, kBlack, 0}, {6, 6, kBlack, 0}, {0, 0, kKept, 0}}},
         // vertical 350: the factor of x is (dy/100)*350/7 + 1 = dy/2 + 1; horizontal 0 keeps y.
-        {"FOLD 0 350", true, [](cBitFilter& f) { return f.FOLD(0, 350, false); },
-         {{5, 1, 3, 1},         // dy -2: factor 0, sx = cx
-          {6, 2, 4, 2},         // dy -1: 0.5 * 3 + 3 = 4.5 rounds to even 4
-          {2, 3, 2, 3},         // dy 0: itself
-          {1, 6, kKept, 0}}},   // dy 3: 2.5 * -2 + 3 = -2
+        {"FOLD 0 350",
+         true,
+         [](cBitFilter& f) { return f.FOLD(0, 350, false); },
+         {{5, 1, 3, 1},       // dy -2: factor 0, sx = cx
+          {6, 2, 4, 2},       // dy -1: 0.5 * 3 + 3 = 4.5 rounds to even 4
+          {2, 3, 2, 3},       // dy 0: itself
+          {1, 6, kKept, 0}}}, // dy 3: 2.5 * -2 + 3 = -2
         // The horizontal factor bends y: (dx/100)*350/7 + 1 = dx/2 + 1.
-        {"FOLD 350 0", true, [](cBitFilter& f) { return f.FOLD(350, 0, false); },
-         {{1, 6, 1, 3},         // dx -2: factor 0, sy = cy
-          {6, 5, kKept, 0}}},   // dx 3: 2.5 * 2 + 3 = 8
+        {"FOLD 350 0",
+         true,
+         [](cBitFilter& f) { return f.FOLD(350, 0, false); },
+         {{1, 6, 1, 3},       // dx -2: factor 0, sy = cy
+          {6, 5, kKept, 0}}}, // dx 3: 2.5 * 2 + 3 = 8
         // xs = round((x - 3) * 2 + 3): -3 -1 1 3 5 7 9 11; ys = round((y - 3) * 0.5 + 3):
         // 1.5 -> 2, 2, 2.5 -> 2, 3, 3.5 -> 4, 4, 4.5 -> 4, 5.
-        {"STRETCH 100 -50", true, [](cBitFilter& f) { return f.STRETCH(100, -50, true); },
+        {"STRETCH 100 -50",
+         true,
+         [](cBitFilter& f) { return f.STRETCH(100, -50, true); },
          {{2, 1, 1, 2},
           {3, 6, 3, 4},
           {4, 4, kBlack, 0}, // source (5, 4) is outside the L
@@ -96,17 +106,23 @@ TEST(Deform, SourcePositionsOfTheMappings) {
         // rr = 2 * sqrt(2) = 2.83 -> sy = round(4.17) = 4. (3, 2): dy -1, dx 0: t = -(0 + pi)
         // + 2pi = pi (single precision both) -> 3.5 exactly -> 4; sy = 7 - 2 = 5.
         // (3, 5): dy 2, dx 0: t = 0 -> 0; sy = 7 - 4 = 3.
-        {"BEND 0", false, [](cBitFilter& f) { return f.BEND(0, false); },
+        {"BEND 0",
+         false,
+         [](cBitFilter& f) { return f.BEND(0, false); },
          {{2, 4, 1, 4}, {3, 2, 4, 5}, {3, 5, 0, 3}}},
         // k = 0, off = 90 degrees. (3, 5): dx 0: angle pi/2 + off ~ pi: (round(-2 + 3), 3).
         // (5, 3): angle 0 + off: (3, 2 + 3). (4, 4): r = round(1.41) = 1, angle 3pi/4:
         // (round(3 - 0.71), round(3 + 0.71)) = (2, 4). (6, 7): r = 5, cos = -0.8: sx = -1.
-        {"TWIRL 0 90", false, [](cBitFilter& f) { return f.TWIRL(0, 90, false); },
+        {"TWIRL 0 90",
+         false,
+         [](cBitFilter& f) { return f.TWIRL(0, 90, false); },
          {{3, 5, 1, 3}, {5, 3, 3, 5}, {4, 4, 2, 4}, {6, 7, kKept, 0}, {3, 3, 3, 3}}},
         // k = (30/10)/3 = 1: a turn of -r. (4, 3): r 1: (round(3 + cos -1), round(3 + sin -1))
         // = (round(3.54), round(2.16)) = (4, 2). (5, 3): r 2: (round(3 - 0.83), round(3 - 1.82))
         // = (2, 1).
-        {"TWIRL 30 0", false, [](cBitFilter& f) { return f.TWIRL(30, 0, false); },
+        {"TWIRL 30 0",
+         false,
+         [](cBitFilter& f) { return f.TWIRL(30, 0, false); },
          {{4, 3, 4, 2}, {5, 3, 2, 1}}},
     };
     const Bits picture = test::patterned(8, 8);
@@ -130,11 +146,11 @@ TEST(Deform, SelectionOfSeveralSpansPerRowIsTestedAtTheSource) {
     const Bits picture = test::patterned(8, 8);
     cBitFilter f = test::filterOn(picture, &bars);
     const Bits out = f.ROTATE(90, true);
-    expectMoved(out, picture, {1, 1, 5, 1});       // source (5, 1): right bar
-    expectMoved(out, picture, {4, 1, 5, 4});       // gap column, source (5, 4)
-    expectMoved(out, picture, {3, 3, kBlack, 0});  // source (3, 3) lies in the gap
-    expectMoved(out, picture, {2, 5, 1, 2});       // source (1, 2): left bar
-    expectMoved(out, picture, {2, 2, kBlack, 0});  // source (4, 2): gap
+    expectMoved(out, picture, {1, 1, 5, 1});      // source (5, 1): right bar
+    expectMoved(out, picture, {4, 1, 5, 4});      // gap column, source (5, 4)
+    expectMoved(out, picture, {3, 3, kBlack, 0}); // source (3, 3) lies in the gap
+    expectMoved(out, picture, {2, 5, 1, 2});      // source (1, 2): left bar
+    expectMoved(out, picture, {2, 2, kBlack, 0}); // source (4, 2): gap
 }
 
 TEST(Deform, IdentitiesCopyThePicture) {
@@ -245,10 +261,10 @@ TEST(Deform, TileOfTwoMakesFourHalfSizeCopies) {
 TEST(Deform, TileMaskMixesTheMaskAndSkipsTheKey) {
     // A 2 by 2 mask over a flat (100, 50, 201) picture at 50 %: c' = round(c/2 + m/2).
     Bits mask(2, 2);
-    test::setPixel(mask, 0, 0, {10, 20, 30, 0}); // the key colour 0x0A141E (0x00BBGGRR)
-    test::setPixel(mask, 1, 0, {0, 60, 100, 0}); // 50, 55, 150.5 -> 150
+    test::setPixel(mask, 0, 0, {10, 20, 30, 0});    // the key colour 0x0A141E (0x00BBGGRR)
+    test::setPixel(mask, 1, 0, {0, 60, 100, 0});    // 50, 55, 150.5 -> 150
     test::setPixel(mask, 0, 1, {255, 255, 255, 0}); // 177.5 -> 178, 152.5 -> 152, 228
-    test::setPixel(mask, 1, 1, {100, 51, 201, 0}); // 100, 50.5 -> 50, 201
+    test::setPixel(mask, 1, 1, {100, 51, 201, 0});  // 100, 50.5 -> 50, 201
     const Pixel flatColour{100, 50, 201, 9};
     const Pixel m10{50, 55, 150, 9}, m01{178, 152, 228, 9}, m11{100, 50, 201, 9};
     const Bits picture = test::flat(8, 8, flatColour);
@@ -325,13 +341,18 @@ TEST(Deform, RunTimeErrorsLeaveThePictureAlone) {
     };
     const double inf = std::numeric_limits<double>::infinity();
     const ErrorCase cases[] = {
-        {"ROTATE infinity: cos is no number", 8, 8, [=](cBitFilter& f) { return f.ROTATE(inf, false); }, 6},
-        {"TWIRL on one column: 0.5 / cx 0", 1, 8, [](cBitFilter& f) { return f.TWIRL(5, 0, false); }, 11},
-        {"TWIRL 0 on one column: 0 / 0", 1, 8, [](cBitFilter& f) { return f.TWIRL(0, 0, false); }, 6},
+        {"ROTATE infinity: cos is no number", 8, 8,
+         [=](cBitFilter& f) { return f.ROTATE(inf, false); }, 6},
+        {"TWIRL on one column: 0.5 / cx 0", 1, 8,
+         [](cBitFilter& f) { return f.TWIRL(5, 0, false); }, 11},
+        {"TWIRL 0 on one column: 0 / 0", 1, 8, [](cBitFilter& f) { return f.TWIRL(0, 0, false); },
+         6},
         {"FOLD on one row: 0 / H1 0", 8, 1, [](cBitFilter& f) { return f.FOLD(10, 10, false); }, 6},
         {"TILE 0", 8, 8, [](cBitFilter& f) { return f.TILE(0); }, 11},
-        {"WAVES: 2 * 2^30 leaves a long", 8, 8, [](cBitFilter& f) { return f.WAVES(1 << 30, 1, 0); }, 6},
-        {"LENS: R leaves a long", 8, 8, [](cBitFilter& f) { return f.LENS(0.5f, 0.5f, 1e9f, 60); }, 6},
+        {"WAVES: 2 * 2^30 leaves a long", 8, 8,
+         [](cBitFilter& f) { return f.WAVES(1 << 30, 1, 0); }, 6},
+        {"LENS: R leaves a long", 8, 8, [](cBitFilter& f) { return f.LENS(0.5f, 0.5f, 1e9f, 60); },
+         6},
         {"TileMask 200 %: 2 * 201 - 100", 8, 8,
          [](cBitFilter& f) {
              Bits mask(1, 1);
@@ -363,7 +384,7 @@ TEST(Deform, RunTimeErrorsLeaveThePictureAlone) {
 TEST(Deform, FastAnglesMatchTheFormulasEverywhere) {
     const int w = 203, h = 151;
     const int W1 = w - 1, H1 = h - 1, cx = W1 / 2, cy = H1 / 2;
-    const double kPi = 3.141592025756836, kTwoPi = 6.283184051513672;
+    const double kTwoPi = 6.283184051513672;
     const double kDegree = 0.017453288659453392;
     // Every destination takes its own source position's colour: a picture whose colour names
     // its position tells the position back.
@@ -372,8 +393,8 @@ TEST(Deform, FastAnglesMatchTheFormulasEverywhere) {
         for (int x = 0; x < w; ++x)
             test::setPixel(picture, x, y, {x & 255, y & 255, (x >> 8) | (y >> 8) << 4, 0});
     auto sourceOf = [&](const Bits& out, int x, int y) {
-        return std::pair{out(0, x, y) | (out(2, x, y) & 15) << 8,
-                         out(1, x, y) | (out(2, x, y) >> 4) << 8};
+        return std::pair{out(0, x, y) | (out(2, x, y) & 15) << 8, out(1, x, y) | (out(2, x, y) >> 4)
+                                                                                     << 8};
     };
     auto check = [&](const Bits& out, auto formula) {
         for (int y = 0; y < h; ++y)
@@ -408,15 +429,14 @@ TEST(Deform, FastAnglesMatchTheFormulasEverywhere) {
         f.SetThreads(3);
         const double k = (t[0] / 10.0) / cx, off = t[1] * kDegree;
         check(f.TWIRL(t[0], t[1], true), [&](int dx, int dy) {
-            const double r =
-                std::nearbyint(std::sqrt(static_cast<double>(dx) * dx + static_cast<double>(dy) * dy));
+            const double r = std::nearbyint(
+                std::sqrt(static_cast<double>(dx) * dx + static_cast<double>(dy) * dy));
             if (r == 0) return std::pair{cx, cy};
             const double a = cBitFilter::PolarAngle(dx, dy) - r * k;
             return std::pair{static_cast<int>(std::nearbyint(r * std::cos(a + off) + cx)),
                              static_cast<int>(std::nearbyint(r * std::sin(a + off) + cy))};
         });
     }
-    (void)kPi;
 }
 
 TEST(Deform, ResultsDoNotDependOnTheThreads) {
@@ -429,9 +449,7 @@ TEST(Deform, ResultsDoNotDependOnTheThreads) {
         [](cBitFilter& f) { return f.WAVES(7, 30, 5); },
         [](cBitFilter& f) { return f.LENS(0.4f, 0.6f, 0.3f, 40); },
         [](cBitFilter& f) { return f.Flip(true, true); },
-        [](cBitFilter& f) {
-            return f.TileMask(test::patterned(5, 3), -2, 1, true, 30, -1);
-        },
+        [](cBitFilter& f) { return f.TileMask(test::patterned(5, 3), -2, 1, true, 30, -1); },
     };
     for (const auto& run : runs) {
         cBitFilter one = test::filterOn(picture, &ellipse);

@@ -40,10 +40,19 @@ TEST(Glass, RipplesOfTheTable) {
     // -0.757 -0.959 -0.279 0.657; cos 2 -0.416, cos 5 0.284.
     const Case cases[] = {
         // round(2 tan x + x): 1 -> 4.11, 2 -> -2.37, 3 -> 2.71, 4 -> 6.32, 6 -> 5.42, 7 -> 8.74.
-        {"vertical", 0, false,
-         {{1, 2, 4, 2}, {2, 2, kKept, 0}, {3, 5, 3, 5}, {4, 0, 6, 0}, {6, 7, 5, 7}, {7, 1, kKept, 0}}},
+        {"vertical",
+         0,
+         false,
+         {{1, 2, 4, 2},
+          {2, 2, kKept, 0},
+          {3, 5, 3, 5},
+          {4, 0, 6, 0},
+          {6, 7, 5, 7},
+          {7, 1, kKept, 0}}},
         // round(y - 3 sin y): 1 -> -1.52, 3 -> 2.58, 4 -> 6.27, 6 -> 6.84, 7 -> 5.03.
-        {"horizontal", 1, false,
+        {"horizontal",
+         1,
+         false,
          {{2, 1, kKept, 0}, {2, 3, 2, 3}, {5, 4, 5, 6}, {0, 6, 0, 7}, {7, 7, 7, 5}}},
         // round(v - 10 cos v): 1 -> -4.4, 2 -> 6.16, 5 -> 2.16 for both coordinates.
         {"squary", 2, false, {{2, 2, 6, 6}, {5, 5, 2, 2}, {2, 5, 6, 2}, {1, 2, kKept, 0}}},
@@ -57,14 +66,18 @@ TEST(Glass, RipplesOfTheTable) {
         {"curtain", 3, false, {{1, 1, 1, 3}, {3, 3, 3, 0}}},
         // n = 8y + x over the whole picture: round(x - 3 sin n). n 1: -1.52; n 3: 2.58;
         // n 4: 6.27; n 9: 1 - 1.24; n 10: 2 + 1.63.
-        {"slanting", 0, false,
+        {"slanting",
+         0,
+         false,
          {{1, 0, kKept, 0}, {3, 0, 3, 0}, {4, 0, 6, 0}, {1, 1, 0, 1}, {2, 1, 4, 1}}},
         // round(y - 10 sin n): n 6: 2.79; n 10: 6.44; n 1: -8.4.
         {"slanting", 1, false, {{6, 0, 6, 3}, {2, 1, 2, 6}, {1, 0, kKept, 0}}},
         // In the L's box (x 1..6, y 1..6) n = 6(y - 1) + x - 1. (1, 2): n 6, 1 + 0.84 -> 2.
         // (4, 2): n 9, 4 - 1.24 -> 3. (5, 1): n 4 -> 7.27: (7, 1) is not selected.
         // (4, 4), outside the L: n 21, 4 - 2.51 -> 1: (1, 4) is selected. (1, 4): n 18 -> 3.25.
-        {"slanting", 0, true,
+        {"slanting",
+         0,
+         true,
          {{1, 2, 2, 2}, {4, 2, 3, 2}, {5, 1, kKept, 0}, {4, 4, 1, 4}, {1, 4, 3, 4}}},
     };
     const Bits picture = test::patterned(8, 8);
@@ -74,8 +87,8 @@ TEST(Glass, RipplesOfTheTable) {
         cBitFilter f = test::filterOn(picture, c.lShape ? &l : nullptr);
         const Bits out = f.GLASS(c.style, static_cast<std::int16_t>(c.mode));
         for (const Moved& m : c.pixels)
-            EXPECT_EQ(pixelAt(out, m.x, m.y),
-                      m.sx == kKept ? pixelAt(picture, m.x, m.y) : from(picture, m.x, m.y, m.sx, m.sy))
+            EXPECT_EQ(pixelAt(out, m.x, m.y), m.sx == kKept ? pixelAt(picture, m.x, m.y)
+                                                            : from(picture, m.x, m.y, m.sx, m.sy))
                 << m.x << ", " << m.y;
         for (int y = 0; y < 8; ++y)
             for (int x = 0; x < 8; ++x) {
@@ -144,12 +157,14 @@ TEST(Glass, SlantingMatchesTheFormulaEverywhere) {
         const Bits out = f.GLASS("slanting", static_cast<std::int16_t>(mode));
         for (int y = box.top; y < box.bottom; ++y)
             for (int x = box.left; x < box.right; ++x) {
-                const double n = static_cast<double>(y - box.top) * (box.right - box.left) +
-                                 (x - box.left);
-                const int sx = mode == 0 ? static_cast<int>(std::nearbyint(x - 3 * std::sin(n))) : x;
-                const int sy = mode == 1 ? static_cast<int>(std::nearbyint(y - 10 * std::sin(n))) : y;
-                const Pixel want = ellipse.Contains(sx, sy) ? from(picture, x, y, sx, sy)
-                                                            : pixelAt(picture, x, y);
+                const double n =
+                    static_cast<double>(y - box.top) * (box.right - box.left) + (x - box.left);
+                const int sx =
+                    mode == 0 ? static_cast<int>(std::nearbyint(x - 3 * std::sin(n))) : x;
+                const int sy =
+                    mode == 1 ? static_cast<int>(std::nearbyint(y - 10 * std::sin(n))) : y;
+                const Pixel want =
+                    ellipse.Contains(sx, sy) ? from(picture, x, y, sx, sy) : pixelAt(picture, x, y);
                 ASSERT_EQ(pixelAt(out, x, y), want) << mode << ": " << x << ", " << y;
             }
     }
