@@ -63,11 +63,12 @@ double cBitFilter::PolarAngle(double a, double b) {
     return std::atan(b / a) + filters::kPi;
 }
 
-void cBitFilter::ProgressStep(std::int32_t y) {
+void cBitFilter::ProgressStep(std::int64_t at, std::int64_t last) {
     if (nowMs() - lastProgressMs_ > 10) {
         lastProgressMs_ = nowMs();
         // A picture of one row has H1 = 0: "Division by zero", as the program always did.
-        const std::int32_t percent = filters::idiv(std::int64_t{y} * 100, H1_);
+        const std::int32_t percent =
+            filters::idiv(filters::checkedLong(at * 100), filters::checkedLong(last));
         if (progress_) progress_(percent);
     }
 }

@@ -223,7 +223,9 @@ class cBitFilter {
 
     // The progress step after a row: at most every 10 ms, y * 100 div H1 (a picture of one
     // row divides by zero here, as it always has).
-    void ProgressStep(std::int32_t y);
+    void ProgressStep(std::int32_t y) { ProgressStep(y, H1_); }
+    // The same step for a loop that counts against another bound: at * 100 div last.
+    void ProgressStep(std::int64_t at, std::int64_t last);
     void ProgressDone();
 
     velmar::Bits bits_;

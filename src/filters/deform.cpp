@@ -318,13 +318,6 @@ inline double atanFast(double x) {
     return std::copysign(base + ((t * (z * p / q) + t) + more), x);
 }
 
-// timeGetTime, for the progress of LENS, which counts its own loop.
-std::uint32_t nowMs() {
-    const auto t = std::chrono::steady_clock::now().time_since_epoch();
-    return static_cast<std::uint32_t>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(t).count());
-}
-
 // The value a counted loop (For v = start To last Step step) leaves in its variable after it ran
 // to the end. A step of 0 never ends when it starts inside; the callers do not run such loops.
 std::int64_t loopEnd(std::int64_t start, std::int64_t last, std::int64_t step) {
@@ -940,14 +933,7 @@ velmar::Bits cBitFilter::LENS(float x, float y, float radius, std::int32_t magni
     const double limit = std::nearbyint(R2 - static_cast<double>(m * m));
 
     const velmar::Bits& src = bits_;
-    auto progress = [&](std::int64_t dy) {
-        if (nowMs() - lastProgressMs_ > 10) {
-            lastProgressMs_ = nowMs();
-            const std::int32_t percent = filters::idiv(filters::checkedLong((dy + R) * 100),
-                                                       filters::checkedLong(2 * std::int64_t{R}));
-            if (progress_) progress_(percent);
-        }
-    };
+    auto progress = [&](std::int64_t dy) { ProgressStep(dy + R, 2 * std::int64_t{R}); };
 
     // Destination rows that can be selected: the selection's box within the picture.
     const IntRect sel = region_ != nullptr ? region_->Box() : image_;

@@ -44,23 +44,6 @@ inline Doubles roundHalfEven(Doubles v) {
     return (v + kMagic) - kMagic;
 }
 
-// timeGetTime, as the filter object reads it.
-uint32_t nowMs() {
-    const auto t = std::chrono::steady_clock::now().time_since_epoch();
-    return static_cast<uint32_t>(std::chrono::duration_cast<std::chrono::milliseconds>(t).count());
-}
-
-// The progress step of the filter object with another divisor: Grid's vertical lines report
-// x * 100 div W1.
-void progressStep(uint32_t& lastMs, const cBitFilter::ProgressCallback& progress, int32_t at,
-                  int32_t last) {
-    if (nowMs() - lastMs > 10) {
-        lastMs = nowMs();
-        const int32_t percent = filters::idiv(int64_t{at} * 100, last);
-        if (progress) progress(percent);
-    }
-}
-
 // The values a counting loop `for v = start to end step step` takes, with a step of either sign.
 // A step of 0 would count for ever.
 std::vector<int32_t> loopValues(int32_t start, int32_t end, int32_t step) {
@@ -355,7 +338,7 @@ velmar::Bits cBitFilter::Grid(std::int32_t horizontalStep, std::int32_t vertical
             if (fullRow[static_cast<std::size_t>(y)] & 1) ProgressStep(y);
         });
     for (int32_t x : lineColumns)
-        progressStep(lastProgressMs_, progress_, x, W1_);
+        ProgressStep(x, W1_);
 
     // The loop fields as the four loops leave them.
     if (!lineRows.empty()) x_ = loopEnd(box.left, box.right, 1);

@@ -37,23 +37,6 @@ using std::uint8_t;
 constexpr uint32_t kColourBytes = 0x00FFFFFFu;
 constexpr int kLead = velmar::Bits::kMargin; // margin pixels left of x = 0
 
-// timeGetTime, as the filter object reads it.
-uint32_t nowMs() {
-    const auto t = std::chrono::steady_clock::now().time_since_epoch();
-    return static_cast<uint32_t>(std::chrono::duration_cast<std::chrono::milliseconds>(t).count());
-}
-
-// The progress step of the filter object for a loop whose own bound is `last`: these operations
-// report against the size of the picture they build (or read), not the object's present one.
-void progressStep(uint32_t& lastMs, const cBitFilter::ProgressCallback& progress, int32_t y,
-                  int32_t last) {
-    if (nowMs() - lastMs > 10) {
-        lastMs = nowMs();
-        const int32_t percent = filters::idiv(int64_t{y} * 100, last);
-        if (progress) progress(percent);
-    }
-}
-
 // Zeroes the two margin pixels on each side of a row.
 inline void clearRowMargins(uint8_t* row, int width) {
     std::memset(row - kLead * 4, 0, kLead * 4);
@@ -406,7 +389,7 @@ void cBitFilter::BitsResize(const velmar::Bits& source, std::int32_t width, std:
             for (int32_t x = 0; x < width; ++x)
                 o[x] = s[ix[x]] & kColourBytes;
         },
-        [&](int y) { progressStep(lastProgressMs_, progress_, y, last); });
+        [&](int y) { ProgressStep(y, last); });
     Bits(std::move(out));
     leaveLoopFields(x_, y_, width, height);
     ProgressDone();
@@ -444,7 +427,7 @@ void cBitFilter::BitsResample(const velmar::Bits& source, std::int32_t width, st
         return buildPicture(
             width, height, threads_,
             [&](int y, Pixel32* o) { row.template operator()<kExactX, kExactY>(y, o); },
-            [&](int y) { progressStep(lastProgressMs_, progress_, y, last); });
+            [&](int y) { ProgressStep(y, last); });
     };
     velmar::Bits out = ax.isExact ? (ay.isExact ? run.template operator()<true, true>()
                                                 : run.template operator()<true, false>())
@@ -503,8 +486,7 @@ void cBitFilter::BitsRotate90(const velmar::Bits& source) {
         },
         // The strips cross every source row; progress counts them as the share of rows done.
         [&](int strip) {
-            progressStep(lastProgressMs_, progress_,
-                         static_cast<int32_t>(int64_t{h - 1} * (strip + 1) / strips), h - 1);
+            ProgressStep(int64_t{h - 1} * (strip + 1) / strips, h - 1);
         });
     Bits(std::move(out));
     leaveLoopFields(x_, y_, w, h);
