@@ -77,6 +77,11 @@ class cBitFilter {
     // The number of threads the frame may use (at least 1). The default is the machine's cores.
     void SetThreads(int threads) noexcept { threads_ = threads < 1 ? 1 : threads; }
     int Threads() const noexcept { return threads_; }
+    // The progress step for a loop that counts against its own bound: at most every 10 ms,
+    // at * 100 div last; then 100 at the end. Public for the operations that work for the object
+    // on a picture of another size (the document turn).
+    void ProgressStep(std::int64_t at, std::int64_t last);
+    void ProgressDone();
     // Restarts the random sequence of NOISE and the other random filters; only for scripts and
     // tests that need the same result twice.
     void SeedRandom(std::uint32_t seed) { random_.seed(seed); }
@@ -224,9 +229,6 @@ class cBitFilter {
     // The progress step after a row: at most every 10 ms, y * 100 div H1 (a picture of one
     // row divides by zero here, as it always has).
     void ProgressStep(std::int32_t y) { ProgressStep(y, H1_); }
-    // The same step for a loop that counts against another bound: at * 100 div last.
-    void ProgressStep(std::int64_t at, std::int64_t last);
-    void ProgressDone();
 
     velmar::Bits bits_;
     std::int32_t W1_ = -1;

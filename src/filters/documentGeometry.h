@@ -18,8 +18,12 @@ namespace velmar {
 // Turns `picture` by `degrees` on a canvas that grows to fit: the picture is laid in the middle
 // of a black square as large as its diagonal, the square is turned (RotateSmooth when `smooth`,
 // else ROTATE with a cleaned background), and the middle part of the turned picture's own bounding
-// size is cut out. Negative degrees turn clockwise. The result is moved out of `f`, which is left
-// without a picture; the same holds for ScaleDocument and ApplyGeometryWord.
+// size is cut out. Negative degrees turn clockwise. The square is never built: each pixel of the
+// result is computed from the picture as the turned square would hold it, so only the picture
+// and the result take memory. `f` lends its threads and progress and keeps its own picture.
+//
+// ScaleDocument and ApplyGeometryWord's sizing move their result out of `f`, which is left
+// without a picture.
 velmar::Bits RotateDocument(cBitFilter& f, const velmar::Bits& picture, double degrees,
                             bool smooth);
 

@@ -2,10 +2,13 @@
 // turned pictures worked out by hand.
 #include "filters/documentGeometry.h"
 #include "filters/filterFixtures.h"
+#include "pixel/cBitRegion.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <stdexcept>
+#include <utility>
 
 namespace velmar {
 namespace {
@@ -13,6 +16,39 @@ namespace {
 using test::Pixel;
 using test::pixelAt;
 using Kind = GeometryWord::Kind;
+
+// The turn as the document has always made it, step by step, with a real square canvas: the
+// picture laid in the middle with TileMask, the square turned, the middle cut out.
+Bits turnInSixSteps(const Bits& picture, double degrees, bool smooth) {
+    const double c = std::fabs(std::cos(degrees * 0.0174533));
+    const double s = std::fabs(std::sin(degrees * 0.0174533));
+    const int w = picture.Width(), h = picture.Height();
+    const int nw = static_cast<int>(std::nearbyint(h * s + c * w));
+    const int nh = static_cast<int>(std::nearbyint(c * h + s * w));
+    const int d = static_cast<int>(std::nearbyint(std::sqrt(double(w) * w + double(h) * h)));
+    cBitRegion square;
+    square.Init(0, 0, d, d);
+    cBitFilter f;
+    f.Bits(Bits(d, d));
+    f.BitsRegion(square.RegionMain());
+    f.Bits(f.TileMask(picture, (d - w) / 2, (d - h) / 2, false, 0, -1));
+    const Bits turned = smooth ? f.RotateSmooth(degrees) : f.ROTATE(degrees, true);
+    f.BitsCrop(turned, (d - nw) / 2, (d - nh) / 2, (d - nw) / 2 + nw, (d - nh) / 2 + nh);
+    return f.Bits();
+}
+
+TEST(DocumentGeometry, TurnWithoutACanvasEqualsTheSixSteps) {
+    for (const auto& [w, h] : {std::pair{5, 3}, std::pair{17, 11}, std::pair{8, 30}}) {
+        const Bits picture = test::patterned(w, h);
+        for (const double degrees : {-45.0, -90.0, -180.0, 90.0, 30.0, 17.5, -123.0})
+            for (const bool smooth : {false, true}) {
+                cBitFilter f;
+                const Bits oneBlock = RotateDocument(f, picture, degrees, smooth);
+                EXPECT_TRUE(test::samePixels(oneBlock, turnInSixSteps(picture, degrees, smooth)))
+                    << w << "x" << h << " by " << degrees << (smooth ? " smooth" : "");
+            }
+    }
+}
 
 TEST(DocumentGeometry, MenuWords) {
     struct Expected {
@@ -74,7 +110,6 @@ TEST(DocumentGeometry, QuickTurnsByHand) {
                [](int i, int j) {
                    return std::pair{j, 2 - i};
                });
-    EXPECT_EQ(f.BitsWidth(), 0); // the result was moved out, not copied
     EXPECT_EQ(f.BitsRegion(), &elsewhere); // the square's selection is gone again
     // N270 is +90: out(x, y) = canvas(4 - y, x), r(i, j) = picture(4 - j, i).
     expectTurn(picture, ApplyGeometryWord(f, picture, *FindGeometryWord("N270")), 3, 5,
