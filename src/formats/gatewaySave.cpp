@@ -1,9 +1,10 @@
-// The document's save: the writer by extension, the 32-then-24 rule, and the messages.
+// The document's save: the writer by extension, the 24-bit rule, and the messages.
 #include "formats/PCX.h"
 #include "formats/PictureConverter.h"
 #include "formats/gateway.h"
 #include "port/ReplaceFile.h"
 
+#include <cstdint>
 #include <string>
 
 namespace velmar {
@@ -15,6 +16,25 @@ bool saveLibraryFile(FIBITMAP* image, const std::filesystem::path& target, int f
         return FreeImage_Save(static_cast<FREE_IMAGE_FORMAT>(format), image, temp.c_str(), flags) !=
                FALSE;
     });
+}
+
+// The 24-bit library image of the picture: what building it at 32 bits and converting it to 24
+// gives, byte for byte, without holding a second 32-bit copy of a large picture on the way.
+LibraryImage colourImageOf(const Bits& picture) {
+    const int w = picture.Width(), h = picture.Height();
+    if (w < 1 || h < 1) return {};
+    LibraryImage made(FreeImage_Allocate(w, h, 24, 0, 0, 0));
+    if (!made || FreeImage_GetBits(made.get()) == nullptr) return {};
+    for (int y = 0; y < h; ++y) {
+        const std::uint8_t* in = picture.Row(y);
+        std::uint8_t* out = FreeImage_GetScanLine(made.get(), h - 1 - y);
+        for (int x = 0; x < w; ++x) {
+            out[3 * x] = in[4 * x];
+            out[3 * x + 1] = in[4 * x + 1];
+            out[3 * x + 2] = in[4 * x + 2];
+        }
+    }
+    return made;
 }
 
 const PnmVariant* pnmVariantFor(unsigned bpp) {
@@ -57,14 +77,9 @@ SaveResult SaveDocumentPicture(const Bits& Picture, const std::filesystem::path&
 
     ModFreeImage mod;
     const FreeImageSession session = mod.FreeImage_InitErrorHandler();
-    FIBITMAP* made = nullptr;
-    if (!mod.FreeImage_DIB_From_BMP(Picture, made)) return failed();
-    LibraryImage image(made);
-    // The library image starts at 32 bits; everything the library writes gets 24.
-    if (FreeImage_GetBPP(image.get()) == 32) {
-        image.reset(FreeImage_ConvertTo24Bits(image.get()));
-        if (!image) return failed();
-    }
+    // Everything the library writes gets 24 bits.
+    const LibraryImage image = colourImageOf(Picture);
+    if (!image) return failed();
 
     if (row->writer == SaveWriter::Library)
         return saveLibraryFile(image.get(), Path, row->format, row->flags) ? SaveResult::Written
