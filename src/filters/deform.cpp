@@ -717,7 +717,7 @@ velmar::Bits cBitFilter::WAVES(std::int32_t frequency, std::int32_t amplitude, s
         rows[static_cast<std::size_t>(y)] = std::clamp(r, 0, H1_);
     }
     const std::int32_t* rowOf = rows.data();
-    return FilterFrame::Run(*this, FrameSpec{}, [=](const FrameRow& row, int x0, int x1) {
+    return FilterFrame::Run(*this, FrameOptions{}, [=](const FrameRow& row, int x0, int x1) {
         const Pixel32* __restrict from =
             reinterpret_cast<const Pixel32*>(row.src + (rowOf[row.y] - row.y) * row.stride);
         const Pixel32* __restrict own = reinterpret_cast<const Pixel32*>(row.src);

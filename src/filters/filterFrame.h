@@ -25,7 +25,7 @@
 
 namespace velmar {
 
-struct FrameSpec {
+struct FrameOptions {
     std::int32_t margin = 0;
     // Scanlines changes every second row from the box top.
     std::int32_t rowStep = 1;
@@ -57,7 +57,7 @@ class FilterFrame {
     // Runs kernel(row, x0, x1) over the pixels x0..x1-1 of each selected span and returns the
     // working copy.
     template <class Kernel>
-    static velmar::Bits Run(cBitFilter& f, const FrameSpec& spec, Kernel&& kernel);
+    static velmar::Bits Run(cBitFilter& f, const FrameOptions& options, Kernel&& kernel);
 
     // Calls fn(x0, x1) for each selected span of row y within columns left..right (inclusive).
     template <class Fn>
@@ -108,18 +108,18 @@ class FilterFrame {
 };
 
 template <class Kernel>
-velmar::Bits FilterFrame::Run(cBitFilter& f, const FrameSpec& spec, Kernel&& kernel) {
+velmar::Bits FilterFrame::Run(cBitFilter& f, const FrameOptions& options, Kernel&& kernel) {
     const velmar::Bits& src = f.bits_;
-    f.RegionBox(spec.margin);
+    f.RegionBox(options.margin);
     if (!src.IsAllocated()) {
         f.ProgressDone();
         return {};
     }
     const cBitFilter::Box box = f.box_;
     const cBitFilter::Box cut = ClippedBox(f);
-    const std::int32_t step = spec.rowStep < 1 ? 1 : spec.rowStep;
+    const std::int32_t step = options.rowStep < 1 ? 1 : options.rowStep;
 
-    velmar::Bits out = spec.copyFirst ? src.clone()
+    velmar::Bits out = options.copyFirst ? src.clone()
                                       : velmar::Bits::Uninitialised(src.Width(), src.Height());
     const std::ptrdiff_t stride = src.Stride();
     const std::size_t rowBytes = static_cast<std::size_t>(stride);
@@ -131,13 +131,13 @@ velmar::Bits FilterFrame::Run(cBitFilter& f, const FrameSpec& spec, Kernel&& ker
     auto rowFn = [&](int y) {
         const FrameRow row{src.Row(y), out.Row(y), stride, y};
         if (!inLoop(y)) {
-            if (!spec.copyFirst) std::memcpy(row.out - kLead, row.src - kLead, rowBytes);
+            if (!options.copyFirst) std::memcpy(row.out - kLead, row.src - kLead, rowBytes);
             return;
         }
         // Pixels from `done` on are not written yet; the gaps between spans are copied.
         std::int32_t done = -velmar::Bits::kMargin;
         auto copyUpTo = [&](std::int32_t x) {
-            if (!spec.copyFirst && x > done)
+            if (!options.copyFirst && x > done)
                 std::memcpy(row.out + done * 4, row.src + done * 4,
                             static_cast<std::size_t>(x - done) * 4);
         };
@@ -149,13 +149,13 @@ velmar::Bits FilterFrame::Run(cBitFilter& f, const FrameSpec& spec, Kernel&& ker
         copyUpTo(src.Width() + velmar::Bits::kMargin);
     };
     auto afterRow = [&](int y) {
-        if (inLoop(y)) f.ProgressStep(y + spec.progressRowOffset);
+        if (inLoop(y)) f.ProgressStep(y + options.progressRowOffset);
     };
 
-    const int threads = spec.sequential ? 1 : f.threads_;
+    const int threads = options.sequential ? 1 : f.threads_;
     const int firstRow = -velmar::Bits::kMargin;
     const int lastRow = src.Height() - 1 + velmar::Bits::kMargin;
-    if (spec.lastRowLast && f.H1_ >= 0) {
+    if (options.lastRowLast && f.H1_ >= 0) {
         // Everything but the bottom row first, then the bottom row, on the calling thread.
         filters::runRows(firstRow, f.H1_ - 1, threads, rowFn, afterRow);
         filters::runRows(f.H1_ + 1, lastRow, threads, rowFn, [](int) {});

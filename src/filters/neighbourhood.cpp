@@ -310,19 +310,19 @@ void checkedDivisionSpan(const FrameRow& row, int x0, int x1, const LevelDivisio
 }
 
 velmar::Bits runLevelDivision(cBitFilter& f, int32_t margin, const LevelDivision& div) {
-    FrameSpec spec;
-    spec.margin = margin;
+    FrameOptions options;
+    options.margin = margin;
     FastDivision fast;
     if (makeFastDivision(div, fast)) {
         if (div.n8)
-            return FilterFrame::Run(f, spec, [&fast](const FrameRow& row, int x0, int x1) {
+            return FilterFrame::Run(f, options, [&fast](const FrameRow& row, int x0, int x1) {
                 fastDivisionSpan<true>(row, x0, x1, fast);
             });
-        return FilterFrame::Run(f, spec, [&fast](const FrameRow& row, int x0, int x1) {
+        return FilterFrame::Run(f, options, [&fast](const FrameRow& row, int x0, int x1) {
             fastDivisionSpan<false>(row, x0, x1, fast);
         });
     }
-    return FilterFrame::Run(f, spec, [&div](const FrameRow& row, int x0, int x1) {
+    return FilterFrame::Run(f, options, [&div](const FrameRow& row, int x0, int x1) {
         checkedDivisionSpan(row, x0, x1, div);
     });
 }
@@ -551,9 +551,9 @@ void embossGeneral(const Pixel32* s, const Pixel32* below, Pixel32* o, int x0, i
 }
 
 velmar::Bits runEmboss(cBitFilter& f, int32_t W1, int32_t H1, const EmbossValues& e) {
-    FrameSpec spec;
-    spec.lastRowLast = true;
-    return FilterFrame::Run(f, spec, [&e, W1, H1](const FrameRow& row, int x0, int x1) {
+    FrameOptions options;
+    options.lastRowLast = true;
+    return FilterFrame::Run(f, options, [&e, W1, H1](const FrameRow& row, int x0, int x1) {
         const auto* s = reinterpret_cast<const Pixel32*>(row.src);
         auto* o = reinterpret_cast<Pixel32*>(row.out);
         const int end = std::min(x1, W1); // the last column comes after
@@ -706,9 +706,9 @@ int32_t rankMargin(int32_t mode, const IntRect& r) {
 // Mode 0: minimum, mode 1: maximum, of the centre and the neighbours at +-o1 and +-o2 bytes;
 // any other mode writes black.
 velmar::Bits rankFilter(cBitFilter& f, int32_t mode, int32_t margin, bool diagonal) {
-    FrameSpec spec;
-    spec.margin = margin;
-    return FilterFrame::Run(f, spec, [mode, diagonal](const FrameRow& row, int x0, int x1) {
+    FrameOptions options;
+    options.margin = margin;
+    return FilterFrame::Run(f, options, [mode, diagonal](const FrameRow& row, int x0, int x1) {
         const std::ptrdiff_t o1 = diagonal ? row.stride - 4 : 4;
         const std::ptrdiff_t o2 = diagonal ? row.stride + 4 : row.stride;
         if (mode != 0 && mode != 1) {

@@ -340,9 +340,9 @@ velmar::Bits cBitFilter::Dissolve() {
 velmar::Bits cBitFilter::NOISE(std::int32_t amount, bool equalized) {
     const double span = static_cast<double>(filters::checkedLong(std::int64_t{filters::checkedLong(std::int64_t{amount} + amount)} + 1));
     const double amt = amount;
-    FrameSpec spec;
-    spec.sequential = true; // one random sequence, drawn in row order
-    return FilterFrame::Run(*this, spec, [&](const FrameRow& row, int x0, int x1) {
+    FrameOptions options;
+    options.sequential = true; // one random sequence, drawn in row order
+    return FilterFrame::Run(*this, options, [&](const FrameRow& row, int x0, int x1) {
         double r[kChunk * 3];
         for (int c0 = x0; c0 < x1; c0 += kChunk) {
             const int n = std::min(kChunk, x1 - c0);
@@ -406,9 +406,9 @@ velmar::Bits cBitFilter::PIXELIZE(std::int32_t size) {
                static_cast<std::uint32_t>(sum[2] / count) << 16;
     };
 
-    FrameSpec spec;
-    spec.sequential = true; // the averages carry over from row to row
-    return FilterFrame::Run(*this, spec, [&](const FrameRow& row, int x0, int x1) {
+    FrameOptions options;
+    options.sequential = true; // the averages carry over from row to row
+    return FilterFrame::Run(*this, options, [&](const FrameRow& row, int x0, int x1) {
         if (s == 0) throw RuntimeError::DivisionByZero(); // x div s
         const Pixel32* __restrict sp = reinterpret_cast<const Pixel32*>(row.src);
         Pixel32* __restrict op = reinterpret_cast<Pixel32*>(row.out);
@@ -638,9 +638,9 @@ velmar::Bits cBitFilter::MaskFilter(const MaskArray& mask, std::int32_t divisor,
 
     const velmar::Bits& src = bits_;
     const std::int32_t W1 = W1_, H1 = H1_;
-    FrameSpec spec;
-    spec.progressRowOffset = -plan.half;
-    velmar::Bits result = FilterFrame::Run(*this, spec, [&](const FrameRow& row, int x0, int x1) {
+    FrameOptions options;
+    options.progressRowOffset = -plan.half;
+    velmar::Bits result = FilterFrame::Run(*this, options, [&](const FrameRow& row, int x0, int x1) {
         int a = x0, b = x0;
         if (row.y >= cTop && row.y <= cBottom) {
             a = std::max(x0, cLeft);

@@ -36,8 +36,8 @@ std::int32_t clampedShiftAmount(std::int32_t amount) {
 // level tables of BRIGHTNESS, ShiftRGB and Scanlines, computed instead of looked up, which
 // vectorises and is three times as fast.
 velmar::Bits addClamped(cBitFilter& f, std::int32_t red, std::int32_t green, std::int32_t blue,
-                        const FrameSpec& spec = {}) {
-    return FilterFrame::Run(f, spec, [red, green, blue](const FrameRow& row, int x0, int x1) {
+                        const FrameOptions& options = {}) {
+    return FilterFrame::Run(f, options, [red, green, blue](const FrameRow& row, int x0, int x1) {
         const Pixel32* __restrict s = reinterpret_cast<const Pixel32*>(row.src);
         Pixel32* __restrict o = reinterpret_cast<Pixel32*>(row.out);
         for (int x = x0; x < x1; ++x) {
@@ -125,9 +125,9 @@ velmar::Bits cBitFilter::Reduction(std::int32_t level) {
 velmar::Bits cBitFilter::Scanlines(std::int32_t opacity) {
     if (opacity < 0) throw RuntimeError::Overflow();
     const std::int32_t a = opacity > 256 ? -256 : -opacity;
-    FrameSpec spec;
-    spec.rowStep = 2;
-    return addClamped(*this, a, a, a, spec);
+    FrameOptions options;
+    options.rowStep = 2;
+    return addClamped(*this, a, a, a, options);
 }
 
 velmar::Bits cBitFilter::ShiftRGB(std::int32_t red, std::int32_t green, std::int32_t blue) {

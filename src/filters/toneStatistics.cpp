@@ -611,9 +611,9 @@ velmar::Bits cBitFilter::StuckiBW(std::int32_t divisor) {
     const std::int32_t w1 = W1_, h1 = H1_;
     std::int32_t lastY = 0; // the first row of the box, set on the first call (Run reads the box)
     bool started = false;
-    FrameSpec spec;
-    spec.sequential = true;
-    return FilterFrame::Run(*this, spec, [&](const FrameRow& row, int x0, int x1) {
+    FrameOptions options;
+    options.sequential = true;
+    return FilterFrame::Run(*this, options, [&](const FrameRow& row, int x0, int x1) {
         if (divisor == 0) throw RuntimeError::DivisionByZero();
         if (!started) {
             started = true;
@@ -681,10 +681,10 @@ velmar::Bits cBitFilter::PaletteApply(const mPalette& palette) {
     // Without a colour there is no nearest one: refuse before any pixel is touched.
     if (palette.Count() == 0) throw EmptyPaletteError();
     const std::int32_t w1 = W1_, h1 = H1_;
-    FrameSpec spec;
-    spec.sequential = true;
-    spec.copyFirst = true;
-    return FilterFrame::Run(*this, spec, [&](const FrameRow& row, int x0, int x1) {
+    FrameOptions options;
+    options.sequential = true;
+    options.copyFirst = true;
+    return FilterFrame::Run(*this, options, [&](const FrameRow& row, int x0, int x1) {
         std::uint8_t* here = bits_.Row(row.y); // the source itself, which takes the error
         std::uint8_t* below = row.y < h1 ? bits_.Row(row.y + 1) : nullptr;
         for (int x = x0; x < x1; ++x) {

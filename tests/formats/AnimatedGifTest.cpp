@@ -30,7 +30,7 @@ std::string row(const Bits& b, int y) {
 }
 
 TEST(AnimatedGif, FramesAreComposedAsAPlayerShowsThem) {
-    const std::vector<FrameSpec> frames = {
+    const std::vector<FrameOptions> frames = {
         {0, 0, 4, 2, {1, 1, 1, 1, 1, 1, 1, 1}, DISPOSE_DO_NOT, NO_TRANSPARENT_COLOR, 10},
         // Transparent index 0 lets the red below show; then the frame is restored to background.
         {1, 0, 2, 2, {2, 0, 0, 2}, DISPOSE_BACKGROUND, 0, 20},
@@ -61,7 +61,7 @@ TEST(AnimatedGif, FramesAreComposedAsAPlayerShowsThem) {
 }
 
 TEST(AnimatedGif, InterlacedFramesComeOutInRowOrder) {
-    FrameSpec tall{
+    FrameOptions tall{
         0, 0, 1, 10, {0, 1, 2, 3, 0, 1, 2, 3, 0, 1}, DISPOSE_DO_NOT, NO_TRANSPARENT_COLOR, 5, true};
     AnimatedGif gif;
     ASSERT_TRUE(gif.LoadBytes(encode({tall}, 1, 10))) << gif.LastError();

@@ -11,7 +11,7 @@
 namespace velmar {
 namespace {
 
-std::vector<FrameSpec> threeFrames() {
+std::vector<FrameOptions> threeFrames() {
     return {
         {0, 0, 4, 2, {1, 2, 3, 0, 0, 3, 2, 1}},
         {1, 0, 2, 2, {2, 0, 0, 2}, DISPOSE_BACKGROUND, 0, 20},
@@ -32,7 +32,7 @@ struct Window {
     test::TempFolder temp;
     test::RecordingPort port;
     fgif window{temp.path(), port};
-    explicit Window(const std::vector<FrameSpec>& frames) {
+    explicit Window(const std::vector<FrameOptions>& frames) {
         test::writeFile(temp / "anim.gif", encode(frames));
         EXPECT_TRUE(window.Browse(temp / "anim.gif"));
     }

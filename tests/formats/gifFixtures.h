@@ -9,7 +9,7 @@
 namespace velmar {
 
 // A frame to encode: its rectangle, palette indices, and control block.
-struct FrameSpec {
+struct FrameOptions {
     int left, top, width, height;
     std::vector<std::uint8_t> indices;
     int disposal = DISPOSE_DO_NOT;
@@ -25,7 +25,7 @@ inline int appendBytes(GifFileType* gif, const GifByteType* data, int n) {
 }
 
 // Encodes a 4 x 2 animation with a four-colour map: 0 black, 1 red, 2 green, 3 blue.
-inline std::vector<std::uint8_t> encode(const std::vector<FrameSpec>& frames, int width = 4,
+inline std::vector<std::uint8_t> encode(const std::vector<FrameOptions>& frames, int width = 4,
                                         int height = 2) {
     std::vector<std::uint8_t> bytes;
     int error = 0;
@@ -34,7 +34,7 @@ inline std::vector<std::uint8_t> encode(const std::vector<FrameSpec>& frames, in
     ColorMapObject* map = GifMakeMapObject(4, colours);
     EGifSetGifVersion(gif, true);
     EGifPutScreenDesc(gif, width, height, 2, 0, map);
-    for (const FrameSpec& f : frames) {
+    for (const FrameOptions& f : frames) {
         GraphicsControlBlock gcb{f.disposal, false, f.delayCs, f.transparent};
         GifByteType ext[4];
         const std::size_t n = EGifGCBToExtension(&gcb, ext);

@@ -101,7 +101,7 @@ TEST(PictureCommands, EncodeTakesEveryOptionOfTheConverter) {
 
 TEST(PictureCommands, GifFramesAndGifFrame) {
     test::TempFolder tmp;
-    const std::vector<FrameSpec> frames = {{0, 0, 4, 2, {1, 2, 3, 0, 0, 3, 2, 1}},
+    const std::vector<FrameOptions> frames = {{0, 0, 4, 2, {1, 2, 3, 0, 0, 3, 2, 1}},
                                            {1, 0, 2, 2, {2, 2, 1, 1}},
                                            {0, 1, 4, 1, {3, 3, 3, 3}}};
     test::writeFile(tmp / "anim.gif", encode(frames));
