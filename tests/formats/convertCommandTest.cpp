@@ -6,6 +6,7 @@
 #include "support/RecordingPort.h"
 #include "support/TempFolder.h"
 #include "support/files.h"
+#include "support/cliRuns.h"
 
 #include <gtest/gtest.h>
 
@@ -17,17 +18,10 @@ namespace velmar::cli {
 namespace {
 
 using test::TempFolder;
+using Outcome = test::CliOutcome;
 
-struct Outcome {
-    int code;
-    std::string out, err;
-};
-
-Outcome convert(std::vector<std::string> args) {
-    std::ostringstream out, err;
-    CliContext ctx{out, err};
-    const int code = convertCommand().run(ctx, args);
-    return {code, out.str(), err.str()};
+Outcome convert(const std::vector<std::string>& args) {
+    return test::runCommand(convertCommand(), args);
 }
 
 TEST(ConvertCommand, AChainThroughFourFormatsKeepsEveryPixel) {

@@ -5,6 +5,7 @@
 #include "support/RecordingPort.h"
 #include "support/TempFolder.h"
 #include "support/files.h"
+#include "support/cliRuns.h"
 
 #include <gtest/gtest.h>
 
@@ -17,15 +18,6 @@ std::vector<FrameOptions> threeFrames() {
         {1, 0, 2, 2, {2, 0, 0, 2}, DISPOSE_BACKGROUND, 0, 20},
         {0, 1, 4, 1, {3, 3, 1, 1}, DISPOSE_DO_NOT, NO_TRANSPARENT_COLOR, 30},
     };
-}
-
-bool samePixels(const Bits& a, const Bits& b) {
-    if (a.Width() != b.Width() || a.Height() != b.Height()) return false;
-    for (int y = 0; y < a.Height(); ++y)
-        for (int x = 0; x < a.Width(); ++x)
-            for (int c = 0; c < 3; ++c)
-                if (a(c, x, y) != b(c, x, y)) return false;
-    return true;
 }
 
 struct Window {
@@ -46,7 +38,7 @@ TEST(fgif, ExtractWritesEveryComposedFrameUnderItsNumberedName) {
         const auto file = w.temp / ("temp000" + std::to_string(i) + ".gif");
         AnimatedGif back;
         ASSERT_TRUE(back.Load(file)) << file << ": " << back.LastError();
-        EXPECT_TRUE(samePixels(back.Frame(0), w.window.AniGif.Frame(i - 1))) << "frame " << i;
+        EXPECT_TRUE(test::sameColours(back.Frame(0), w.window.AniGif.Frame(i - 1))) << "frame " << i;
     }
     // A second extraction replaces the same files; nothing else appears.
     EXPECT_EQ(w.window.Extract().size(), 3u);
@@ -66,7 +58,7 @@ TEST(fgif, SaveFrameFollowsTheSaveRouteWithThePnmRule) {
     EXPECT_EQ(w.port.messages.back().title, "Collection of ASCII based bitmap");
     const auto loaded = LoadPictureFile(w.temp / "frame.ppm", LoadSite::Document);
     ASSERT_TRUE(loaded.has_value());
-    EXPECT_TRUE(samePixels(*loaded, w.window.AniGif.Frame(1)));
+    EXPECT_TRUE(test::sameColours(*loaded, w.window.AniGif.Frame(1)));
 
     w.port.messages.clear();
     EXPECT_TRUE(w.window.SaveFrame(w.temp / "frame.BMP"));

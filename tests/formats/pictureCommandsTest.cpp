@@ -9,6 +9,7 @@
 #include "support/RecordingPort.h"
 #include "support/TempFolder.h"
 #include "support/files.h"
+#include "support/cliRuns.h"
 
 #include <gtest/gtest.h>
 
@@ -16,6 +17,9 @@
 
 namespace velmar {
 namespace {
+
+using Outcome = test::CliOutcome;
+const auto cli = test::runCli;
 
 int largestDifference(const Bits& a, const Bits& b) {
     if (a.Width() != b.Width() || a.Height() != b.Height()) return 256;
@@ -25,17 +29,6 @@ int largestDifference(const Bits& a, const Bits& b) {
             for (int c = 0; c < 3; ++c)
                 worst = std::max(worst, std::abs(a(c, x, y) - b(c, x, y)));
     return worst;
-}
-
-struct Outcome {
-    int code;
-    std::string out, err;
-};
-
-Outcome cli(std::vector<std::string> args) {
-    std::ostringstream out, err;
-    const int code = cli::runVelmarCli(args, out, err);
-    return {code, out.str(), err.str()};
 }
 
 struct Files {

@@ -9,6 +9,7 @@
 #include "support/RecordingPort.h"
 #include "support/TempFolder.h"
 #include "support/files.h"
+#include "support/cliRuns.h"
 
 #include <gtest/gtest.h>
 
@@ -20,17 +21,9 @@ namespace velmar::cli {
 namespace {
 
 using test::TempFolder;
-
-struct Outcome {
-    int code;
-    std::string out, err;
-};
-
-Outcome cli(std::vector<std::string> args) {
-    std::ostringstream out, err;
-    const int code = runVelmarCli(args, out, err);
-    return {code, out.str(), err.str()};
-}
+using test::sameColours;
+using Outcome = test::CliOutcome;
+const auto cli = test::runCli;
 
 // 12 by 10, every pixel its own colour, channels within 20..250.
 Bits picture12x10() {
@@ -55,16 +48,6 @@ Bits load(const std::filesystem::path& p) {
     std::optional<Bits> b = LoadPictureFile(p, LoadSite::MainFrameOpen);
     EXPECT_TRUE(b) << p;
     return b ? std::move(*b) : Bits();
-}
-
-// Channels 0..2 of every pixel (the files carry no mask byte).
-bool sameColours(const Bits& a, const Bits& b) {
-    if (a.Width() != b.Width() || a.Height() != b.Height()) return false;
-    for (int y = 0; y < a.Height(); ++y)
-        for (int x = 0; x < a.Width(); ++x)
-            for (int c = 0; c < 3; ++c)
-                if (a(c, x, y) != b(c, x, y)) return false;
-    return true;
 }
 
 TEST(FilterCommand, AWordRunsOnTheSelectionOnly) {
