@@ -44,6 +44,16 @@ inline Doubles roundHalfEven(Doubles v) {
     return (v + kMagic) - kMagic;
 }
 
+// The same rounding straight to 32-bit lanes, for values known to fit.
+inline Ints4 roundToInts(Doubles v) {
+#if defined(__AVX__)
+    // The conversion rounds by the default mode, to nearest with ties to even.
+    return std::bit_cast<Ints4>(_mm256_cvtpd_epi32(std::bit_cast<__m256d>(v)));
+#else
+    return __builtin_convertvector(roundHalfEven(v), Ints4);
+#endif
+}
+
 // The values a counting loop `for v = start to end step step` takes, with a step of either sign.
 // A step of 0 would count for ever.
 std::vector<int32_t> loopValues(int32_t start, int32_t end, int32_t step) {
@@ -152,6 +162,7 @@ struct GradientRamp {
     double n;       // (Repeats - 1) * pi, limited above by the length
     int32_t c1[3];  // the colours' blue, green, red; -1 in each place of a -1 colour
     int32_t c2[3];
+    bool plain; // an opacity of 0..100, which cannot take a channel out of 0..255
 };
 
 GradientRamp gradientRamp(int32_t x1, int32_t y1, int32_t colour1, int32_t colour2, int32_t opacity,
@@ -160,6 +171,7 @@ GradientRamp gradientRamp(int32_t x1, int32_t y1, int32_t colour1, int32_t colou
     g.x1 = x1;
     g.y1 = y1;
     g.a = opacity / 100.0;
+    g.plain = opacity >= 0 && opacity <= 100;
     g.n = std::min((int64_t{repeats} - 1) * filters::kPi, static_cast<double>(length));
     auto split = [](int32_t colour, int32_t* c) {
         const auto cr = static_cast<COLORREF>(colour);
@@ -182,7 +194,7 @@ inline Ints4 liveLanes(int n) {
 // 0..1. A -1 colour is the pixel itself. A result outside 0..255 is "Overflow": it is noted in a
 // flag, so that the loop runs straight, and raised after the span, before anything leaves the
 // working copy.
-template <class TOf>
+template <bool kPlain, class TOf>
 void gradientSpan(const GradientRamp& g, const Pixel32* s, Pixel32* o, int32_t x0, int32_t x1,
                   TOf&& tOf) {
     const double a = g.a;
@@ -211,12 +223,20 @@ void gradientSpan(const GradientRamp& g, const Pixel32* s, Pixel32* o, int32_t x
         Ints4 result = p & static_cast<int32_t>(kMaskByte);
         for (int c = 0; c < 3; ++c) {
             const Doubles src = __builtin_convertvector((p >> (8 * c)) & 255, Doubles);
-            const Doubles f = fromPixel[c] ? src : from[c];
-            const Doubles e = toPixel[c] ? src : to[c];
-            const Doubles v = roundHalfEven(src * keep + (e * t + f * t1) * a);
-            bad |= ((v < zero) | (v > top)) & live;
-            const Doubles held = v < zero ? zero : (v > top ? top : v);
-            result |= __builtin_convertvector(held, Ints4) << (8 * c);
+            if constexpr (kPlain) {
+                // Both weights and every term lie in 0..1 and 0..255: the sum cannot leave
+                // 0..255.5, so no check or clamp is needed.
+                const Doubles f = fromPixel[c] ? src : from[c];
+                const Doubles e = toPixel[c] ? src : to[c];
+                result |= roundToInts(src * keep + (e * t + f * t1) * a) << (8 * c);
+            } else {
+                const Doubles f = fromPixel[c] ? src : from[c];
+                const Doubles e = toPixel[c] ? src : to[c];
+                const Doubles v = roundHalfEven(src * keep + (e * t + f * t1) * a);
+                bad |= ((v < zero) | (v > top)) & live;
+                const Doubles held = v < zero ? zero : (v > top ? top : v);
+                result |= __builtin_convertvector(held, Ints4) << (8 * c);
+            }
         }
         return result;
     };
@@ -243,6 +263,15 @@ void gradientSpan(const GradientRamp& g, const Pixel32* s, Pixel32* o, int32_t x
     if (bad[0] | bad[1] | bad[2] | bad[3]) throw RuntimeError::Overflow();
 }
 
+template <class TOf>
+void gradientSpan(const GradientRamp& g, const Pixel32* s, Pixel32* o, int32_t x0, int32_t x1,
+                  TOf&& tOf) {
+    if (g.plain)
+        gradientSpan<true>(g, s, o, x0, x1, tOf);
+    else
+        gradientSpan<false>(g, s, o, x0, x1, tOf);
+}
+
 // The loop bounds -X1 and W1 - X1 (and the same for y) are longs: a start so far off that they
 // do not fit is "Overflow", as the loop itself would be.
 void checkGradientBounds(const cBitFilter& f, int32_t x1, int32_t y1) {
@@ -264,30 +293,32 @@ inline Doubles limitTo1(Doubles t) {
 }
 
 // sin(x)^2 of each lane, four at a time. The sine is the classic one: x is reduced by the
-// nearest multiple k of pi/2 in three exact pieces, and the minimax polynomial of sin on
-// [-pi/4, pi/4] finishes it, 1 - sin^2 giving the odd quadrants (the square drops the sign). It agrees
-// with the C library to within an ulp or so, which moves a rounded channel only at an exact
+// nearest multiple k of pi/2 in two pieces (k times the first 33 bits of pi/2 is exact below
+// 2^20 quarter turns, and the rest's error, some 2^-66, is far below an ulp of the square), and
+// the minimax polynomial of sin on
+// [-pi/4, pi/4] finishes it, 1 - sin^2 giving the odd quadrants (the square drops the sign). It
+// agrees with the C library to within an ulp or so, which moves a rounded channel only at an exact
 // half; the library's scalar sine cost most of the repeated gradients' time. Beyond |x| of 2^19
 // quarter turns the reduction would lose bits, and those lanes take the library's sine.
 [[gnu::always_inline]] inline Doubles sinSquaredOf(Doubles x) {
     constexpr double kTwoOverPi = 6.36619772367581382433e-01;
-    constexpr double kPio2Hi = 1.57079632673412561417e+00;  // first 33 bits of pi/2
-    constexpr double kPio2Mid = 6.07710050630396597660e-11; // next 33 bits
-    constexpr double kPio2Lo = 2.02226624879595063154e-21;  // the rest
+    constexpr double kPio2Hi = 1.57079632673412561417e+00;   // first 33 bits of pi/2
+    constexpr double kPio2Rest = 6.07710050650619224932e-11; // pi/2 - kPio2Hi
     constexpr double kMagic = 6755399441055744.0;
     constexpr double kLargest = 524288.0 * 1.5707963267948966;
     // After the magic addition the lowest mantissa bit is k's parity.
     const Doubles shifted = x * kTwoOverPi + kMagic;
     const Doubles k = shifted - kMagic;
-    const Doubles y = ((x - k * kPio2Hi) - k * kPio2Mid) - k * kPio2Lo;
+    const Doubles y = (x - k * kPio2Hi) - k * kPio2Rest;
     const Doubles z = y * y;
     const Doubles sinY =
-        y + (z * y) * (-1.66666666666666324348e-01 +
-                       z * (8.33333333332248946124e-03 +
-                            z * (-1.98412698298579493134e-04 +
-                                 z * (2.75573137070700676789e-06 +
-                                      z * (-2.50507602534068634195e-08 +
-                                           z * 1.58969099521155010221e-10)))));
+        y +
+        (z * y) *
+            (-1.66666666666666324348e-01 +
+             z * (8.33333333332248946124e-03 +
+                  z * (-1.98412698298579493134e-04 +
+                       z * (2.75573137070700676789e-06 +
+                            z * (-2.50507602534068634195e-08 + z * 1.58969099521155010221e-10)))));
     // cos(y)^2 = 1 - sin(y)^2: one polynomial serves both kinds of quadrant, and the square's
     // absolute error stays within an ulp of 1.
     const Longs odd = (std::bit_cast<Longs>(shifted) & 1) != 0;
@@ -544,10 +575,37 @@ velmar::Bits cBitFilter::GradientCircular(std::int32_t x1, std::int32_t y1, std:
             // t is never below 0: only the top needs the limit. Without repeats, four pixels
             // on or outside the rim (u^2 + v^2 >= R^2, whole numbers, so the rounded root is at
             // least R and t at least 1) take t = 1 without the root and the division.
-            if (g.n > 0.0)
-                gradientSpan(g, s, o, a, b,
-                             [&](int32_t x) { return limitTo1(sinSquared(g.n, t(x))); });
-            else
+            if (g.n > 0.0) {
+                // Pixels u and -u of a row share their ramp value, and the sine makes it dear:
+                // it is worked out once for each distance |u| the span reaches (three more at
+                // each end for the lanes past the span), and the lanes read it back.
+                const int64_t first = int64_t{a} - g.x1;
+                const int64_t last = int64_t{b} - 1 - g.x1;
+                const int64_t nearest =
+                    first <= 0 && last >= 0 ? 0 : std::min(std::llabs(first), std::llabs(last));
+                const int64_t lo = std::max<int64_t>(0, nearest - 3);
+                const int64_t hi = std::max(std::llabs(first), std::llabs(last)) + 3;
+                std::vector<double> ramp(static_cast<std::size_t>(hi - lo + 4));
+                for (int64_t u = lo; u <= hi; u += 4) {
+                    const Doubles du = static_cast<double>(u) + kLane;
+                    const Doubles tu = limitTo1(sinSquared(g.n, sqrtOf(du * du + v2) / rd));
+                    std::memcpy(&ramp[static_cast<std::size_t>(u - lo)], &tu, sizeof tu);
+                }
+                gradientSpan(g, s, o, a, b, [&](int32_t x) {
+                    const int64_t u = int64_t{x} - g.x1;
+                    Doubles tu;
+                    if (u >= 0) {
+                        std::memcpy(&tu, &ramp[static_cast<std::size_t>(u - lo)], sizeof tu);
+                    } else if (u + 3 < 0) {
+                        std::memcpy(&tu, &ramp[static_cast<std::size_t>(-u - 3 - lo)], sizeof tu);
+                        tu = __builtin_shufflevector(tu, tu, 3, 2, 1, 0);
+                    } else {
+                        for (int i = 0; i < 4; ++i)
+                            tu[i] = ramp[static_cast<std::size_t>(std::llabs(u + i) - lo)];
+                    }
+                    return tu;
+                });
+            } else
                 gradientSpan(g, s, o, a, b, [&](int32_t x) {
                     const Doubles u = static_cast<double>(x - g.x1) + kLane;
                     const Longs within = u * u + v2 < rr;

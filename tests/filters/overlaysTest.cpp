@@ -232,6 +232,18 @@ TEST(Overlays, GradientCircular) {
                     {5, 3, {43, 100, 200}}}); // t = 1.054, limited
     test::expectOnlySelectedChanged(picture, out, region);
     EXPECT_TRUE(test::samePixels(f.GradientCircular(2, 2, 2, 5, kFrom, kTo, 100, 1), out));
+
+    // Repeats 2 about (4, 2), rim (4, 5): n = min(pi, R = 3) = 3, so t = sin(d)^2, and the
+    // pixels left of the centre mirror those on its right.
+    cBitFilter g = test::filterOn(picture, &region);
+    expectGradient(picture, g.GradientCircular(4, 2, 4, 5, kFrom, kTo, 100, 2),
+                   {{4, 2, {0, 0, 0}},
+                    {3, 2, {30, 71, 142}}, // sin(1)^2 = 0.70807
+                    {5, 2, {30, 71, 142}},
+                    {2, 2, {36, 83, 165}}, // sin(2)^2 = 0.82682
+                    {6, 2, {36, 83, 165}},
+                    {1, 2, {1, 2, 4}},    // sin(3)^2 = 0.01991
+                    {2, 4, {4, 9, 19}}}); // sin(sqrt 8)^2 = 0.09491
 }
 
 TEST(Overlays, GradientIdentitiesAndErrors) {
@@ -267,6 +279,7 @@ TEST(Overlays, SameOnAnyNumberOfThreads) {
         [](cBitFilter& f) { return f.Light(0.4f, 0.5f, 0.3f, 120, 40); },
         [](cBitFilter& f) { return f.GradientLinear(10, 80, 60, 5, -1, kTo, 70, 3); },
         [](cBitFilter& f) { return f.GradientCircular(50, 40, 20, 10, kFrom, -1, 90, 1); },
+        [](cBitFilter& f) { return f.GradientCircular(50, 40, 20, 10, kFrom, -1, 90, 3); },
     };
     for (const auto& run : filters) {
         cBitFilter one = test::filterOn(picture, &ellipse);
