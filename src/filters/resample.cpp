@@ -329,8 +329,16 @@ inline void pickPairs(const uint32_t* v, const int32_t* index, const int32_t* of
     const Words hi = loadWords(w + kLanes);
     Ints at;
     std::memcpy(&at, offset, sizeof at);
+#if defined(__clang__)
+    // clang has no shuffle with indices known only at run time (the fuzz builds use it).
+    for (int i = 0; i < kLanes; ++i) {
+        first[i] = at[i] < kLanes ? lo[at[i]] : hi[at[i] - kLanes];
+        second[i] = at[i] + 1 < kLanes ? lo[at[i] + 1] : hi[at[i] + 1 - kLanes];
+    }
+#else
     first = __builtin_shuffle(lo, hi, Words(at));
     second = __builtin_shuffle(lo, hi, Words(at + 1));
+#endif
 }
 
 // Second stage: o[x] = the first-stage row v interpolated between index(x) and index(x) + 1.
