@@ -6,6 +6,8 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace velmar::test {
@@ -23,6 +25,11 @@ class RecordingPort final : public UserPort {
     std::deque<MsgResult> replies;
     std::optional<ClipboardPicture> clipboard;
     bool clipboardAccepts = true;
+    // Answers of the file dialogs (an empty list or nothing cancels), and the windows shown.
+    std::vector<std::string> openAnswer;
+    std::optional<std::string> saveAnswer;
+    std::vector<FileDialogSetup> dialogs;
+    std::vector<std::pair<std::string, int>> forms;
 
     MsgResult MsgBox(const std::string& text, MsgIcon icon, MsgButtons buttons,
                      const std::string& title) override {
@@ -43,6 +50,27 @@ class RecordingPort final : public UserPort {
         default:
             return MsgResult::Ok;
         }
+    }
+
+    std::optional<ClipboardPicture> GetClipboardPicture() override { return clipboard; }
+    std::vector<std::string> OpenFileDialog(const FileDialogSetup& setup, bool) override {
+        dialogs.push_back(setup);
+        return openAnswer;
+    }
+    std::optional<std::string> SaveFileDialog(const FileDialogSetup& setup) override {
+        dialogs.push_back(setup);
+        return saveAnswer;
+    }
+    bool ShowForm(std::string_view form, int argument) override {
+        forms.emplace_back(std::string(form), argument);
+        return true;
+    }
+    // The texts shown so far, in order.
+    std::vector<std::string> texts() const {
+        std::vector<std::string> t;
+        for (const ShownMessage& m : messages)
+            t.push_back(m.text);
+        return t;
     }
 
     bool SetClipboardPicture(const ClipboardPicture& picture) override {

@@ -31,6 +31,7 @@ CliCommand filterCommand();
 CliCommand dialogCommand();
 CliCommand gifFramesCommand();
 CliCommand gifFrameCommand();
+CliCommand runCommand();
 
 // All commands, in the order --help lists them.
 const std::vector<CliCommand>& allCommands();

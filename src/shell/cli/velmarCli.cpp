@@ -25,7 +25,7 @@ const std::vector<CliCommand>& allCommands() {
     // Commands join this table as their subsystems are built.
     static const std::vector<CliCommand> commands = {
         convertCommand(),  depthCommand(),  encodeCommand(), gifFramesCommand(),
-        gifFrameCommand(), filterCommand(), dialogCommand()};
+        gifFrameCommand(), filterCommand(), dialogCommand(), runCommand()};
     return commands;
 }
 
