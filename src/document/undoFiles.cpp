@@ -5,6 +5,7 @@
 // States 0 to UndoTop - 1 have files; UndoPos - 1 is the picture on screen. At most ten states
 // are kept: the eleventh save drops state 0 and renames the others down by one.
 #include "document/fImage.h"
+#include "port/FileDescriptor.h"
 
 #include "port/ReplaceFile.h"
 
@@ -33,26 +34,6 @@ std::string undoPrefix(int docNumber) {
     std::snprintf(text, sizeof text, "b%04d", docNumber);
     return text;
 }
-
-class FileDescriptor {
-  public:
-    explicit FileDescriptor(int fd) : fd_(fd) {}
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
-        if (fd_ >= 0) ::close(fd_);
-    }
-    int get() const noexcept { return fd_; }
-    // Closes now, so that an error of the close (a full disk on some file systems) is seen.
-    int release() noexcept {
-        const int result = ::close(fd_);
-        fd_ = -1;
-        return result;
-    }
-
-  private:
-    int fd_;
-};
 
 // Header and pixels in as few system calls as the kernel allows (one, for any picture up to
 // 2 GB), straight from the pixel memory: the save must cost no more than the disk does.

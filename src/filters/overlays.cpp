@@ -6,6 +6,7 @@
 // they build their result in one pass over the rows, spread over the threads, with progress from
 // the calling thread. Texturize runs in the standard frame.
 #include "filters/cBitFilter.h"
+#include "filters/doubleLanes.h"
 #include "filters/filterFrame.h"
 #include "filters/filterMath.h"
 
@@ -33,26 +34,11 @@ using std::uint32_t;
 using std::uint8_t;
 
 // Four pixels at a time: the formulas in double, lane by lane exactly as for one pixel.
-using Doubles = double __attribute__((vector_size(32)));
-using Longs = int64_t __attribute__((vector_size(32)));
-using Ints4 = int32_t __attribute__((vector_size(16)));
-
-// round() of values below 2^51 in magnitude, ties to even, by two additions: after adding
-// 1.5 * 2^52 no fraction bits are left, and taking it away is exact.
-inline Doubles roundHalfEven(Doubles v) {
-    constexpr double kMagic = 6755399441055744.0;
-    return (v + kMagic) - kMagic;
-}
-
-// The same rounding straight to 32-bit lanes, for values known to fit.
-inline Ints4 roundToInts(Doubles v) {
-#if defined(__AVX__)
-    // The conversion rounds by the default mode, to nearest with ties to even.
-    return std::bit_cast<Ints4>(_mm256_cvtpd_epi32(std::bit_cast<__m256d>(v)));
-#else
-    return __builtin_convertvector(roundHalfEven(v), Ints4);
-#endif
-}
+using lanes::Doubles;
+using lanes::Ints4;
+using lanes::Longs;
+using lanes::roundHalfEven;
+using lanes::roundToInts;
 
 // The values a counting loop `for v = start to end step step` takes, with a step of either sign.
 // A step of 0 would count for ever.

@@ -10,6 +10,7 @@
 // tx*b). BitsResample computes the first stage once per source column of an output row (every
 // output pixel of the row that starts at that column shares it) and the second per pixel.
 #include "filters/cBitFilter.h"
+#include "filters/doubleLanes.h"
 #include "filters/filterFrame.h"
 #include "filters/filterMath.h"
 
@@ -60,9 +61,9 @@ float scaleStep(int32_t numerator, int32_t size) {
 constexpr int kLanes = 8;
 using Words = uint32_t __attribute__((vector_size(32)));
 using Ints = int32_t __attribute__((vector_size(32)));
-using Ints4 = int32_t __attribute__((vector_size(16)));
-using Doubles = double __attribute__((vector_size(32)));
-using Longs = int64_t __attribute__((vector_size(32)));
+using lanes::Doubles;
+using lanes::Ints4;
+using lanes::Longs;
 
 inline Words loadWords(const uint32_t* p) {
     Words v;
@@ -133,20 +134,8 @@ inline Doubles lowDoubles(Words v) {
 inline Doubles highDoubles(Words v) {
     return __builtin_convertvector(__builtin_shufflevector(Ints(v), Ints(v), 4, 5, 6, 7), Doubles);
 }
-inline Doubles roundHalfEven(Doubles v) {
-    constexpr double kMagic = 6755399441055744.0;
-    return (v + kMagic) - kMagic;
-}
-
-// round() to whole numbers: the conversion rounds as the floating-point unit is set, which is to
-// nearest with ties to even (as for nearbyint, which the scalar code uses).
-inline Ints4 roundToInts(Doubles v) {
-#if defined(__AVX__)
-    return std::bit_cast<Ints4>(_mm256_cvtpd_epi32(std::bit_cast<__m256d>(v)));
-#else
-    return __builtin_convertvector(roundHalfEven(v), Ints4);
-#endif
-}
+using lanes::roundHalfEven;
+using lanes::roundToInts;
 
 // Two halves of rounded values as one vector of eight.
 inline Words roundToWords(Doubles lo, Doubles hi) {
@@ -493,9 +482,7 @@ void cBitFilter::BitsRotate90(const velmar::Bits& source) {
             }
         },
         // The strips cross every source row; progress counts them as the share of rows done.
-        [&](int strip) {
-            ProgressStep(int64_t{h - 1} * (strip + 1) / strips, h - 1);
-        });
+        [&](int strip) { ProgressStep(int64_t{h - 1} * (strip + 1) / strips, h - 1); });
     Bits(std::move(out));
     leaveLoopFields(x_, y_, w, h);
     ProgressDone();

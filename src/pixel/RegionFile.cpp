@@ -1,4 +1,5 @@
 #include "pixel/RegionFile.h"
+#include "port/FileDescriptor.h"
 
 #include "port/ReplaceFile.h"
 
@@ -100,20 +101,6 @@ std::vector<std::int32_t> ParseRegionFile(std::span<const std::uint8_t> bytes,
 }
 
 namespace {
-
-class FileDescriptor {
-  public:
-    explicit FileDescriptor(int fd) : fd_(fd) {}
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
-        if (fd_ >= 0) ::close(fd_);
-    }
-    int get() const noexcept { return fd_; }
-
-  private:
-    int fd_;
-};
 
 // Reads exactly `size` bytes; false on an error or an early end (errno then set, 0 for an end).
 bool readAll(int fd, std::uint8_t* out, std::size_t size) {
