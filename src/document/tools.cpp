@@ -51,12 +51,57 @@ void DocumentTools::SetStampFile(const std::string& file) {
     }
 }
 
+void DocumentTools::BeginPaste(fImage& doc, PlainPicture clip) {
+    DropPaste();
+    if (!doc.PictureExists() || clip.width < 1 || clip.height < 1) return;
+    pasteDoc_ = &doc;
+    pasteClip_ = std::move(clip);
+    pasteBase_ = doc.Bits().clone();
+    setup_.PasteActive = kFlagTrue;
+    // Until the mouse moves, the float stands at the picture's top-left corner, so the user
+    // sees at once what will be laid down.
+    paintFloat(doc, pasteClip_.width / 2, pasteClip_.height / 2);
+}
+
 void DocumentTools::DropPaste() {
+    if (pasteDoc_ && IsSet(setup_.PasteActive) &&
+        pasteBase_.Width() == pasteDoc_->PictureWidth() &&
+        pasteBase_.Height() == pasteDoc_->PictureHeight()) {
+        std::memcpy(pasteDoc_->Bits().Data(), pasteBase_.Data(), pasteBase_.SizeBytes());
+        pasteDoc_->View().UpdateImage();
+    }
+    pasteDoc_ = nullptr;
+    pasteBase_ = {};
+    pasteClip_ = {};
     setup_.PasteActive = kFlagFalse;
+}
+
+bool DocumentTools::floating(const fImage& doc) const {
+    return IsSet(setup_.PasteActive) && pasteDoc_ == &doc;
+}
+
+// The float is drawn on the picture it floats over, centred on (x, y), through the selection.
+void DocumentTools::paintFloat(fImage& doc, int x, int y) {
+    if (pasteBase_.Width() != doc.PictureWidth() || pasteBase_.Height() != doc.PictureHeight())
+        return;
+    std::memcpy(doc.Bits().Data(), pasteBase_.Data(), pasteBase_.SizeBytes());
+    const Region* selection = doc.BitsRegion().Region();
+    const int left = x - pasteClip_.width / 2;
+    const int top = y - pasteClip_.height / 2;
+    for (int sy = 0; sy < pasteClip_.height; ++sy)
+        for (int sx = 0; sx < pasteClip_.width; ++sx)
+            if (selection && selection->Contains(left + sx, top + sy))
+                doc.BitsPaintPreMasked(left + sx, top + sy, colourAt(pasteClip_, sx, sy),
+                                       setup_.PasteOpacity);
+    doc.View().UpdateImage();
 }
 
 void DocumentTools::Forget(const fImage& doc) {
     if (stroke_ == &doc) stroke_ = nullptr;
+    if (pasteDoc_ == &doc) {
+        pasteDoc_ = nullptr;
+        DropPaste();
+    }
 }
 
 // sync: the filter object takes a copy of the document's picture, the state every preview of
@@ -80,6 +125,10 @@ void DocumentTools::commit(fImage& doc) {
 void DocumentTools::MouseDown(fImage& doc, int x, int y) {
     if (!doc.PictureExists()) return;
     stroke_ = &doc;
+    if (floating(doc)) {
+        paintFloat(doc, x, y);
+        return;
+    }
     downX_ = lastX_ = x;
     downY_ = lastY_ = y;
     DocumentView& view = doc.View();
@@ -150,6 +199,11 @@ void DocumentTools::MouseDown(fImage& doc, int x, int y) {
 
 void DocumentTools::MouseMove(fImage& doc, int x, int y, bool held) {
     status_.Set(StatusPanels::Pos, "X:" + std::to_string(x) + " Y:" + std::to_string(y));
+    // A floating paste follows the mouse whether a button is held or not.
+    if (floating(doc)) {
+        paintFloat(doc, x, y);
+        return;
+    }
     if (!held || stroke_ != &doc || !doc.PictureExists()) return;
     status_.Set(StatusPanels::Ext,
                 std::to_string(std::abs(x - downX_)) + "," + std::to_string(std::abs(y - downY_)));
@@ -201,6 +255,16 @@ void DocumentTools::MouseMove(fImage& doc, int x, int y, bool held) {
 }
 
 void DocumentTools::MouseUp(fImage& doc, int x, int y) {
+    if (floating(doc)) {
+        // The float is laid down where the mouse lets go.
+        stroke_ = nullptr;
+        paintFloat(doc, x, y);
+        pasteBase_ = {};
+        DropPaste();
+        sync(doc);
+        commit(doc);
+        return;
+    }
     if (stroke_ != &doc || !doc.PictureExists()) return;
     stroke_ = nullptr;
     DocumentView& view = doc.View();

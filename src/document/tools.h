@@ -41,8 +41,15 @@ class DocumentTools {
     // The Text tool's stamp (made by the text page of the textures box).
     void SetTextStamp(PlainPicture stamp) { textStamp_ = std::move(stamp); }
 
-    // A floating paste is dropped (the clipboard box owns it).
+    // A pasted picture floats over `doc`: it follows the mouse (centred on it) and the next
+    // mouse up lays it down with PasteOpacity and records an undo state. The record's
+    // PasteActive marks it while it floats.
+    void BeginPaste(fImage& doc, PlainPicture clip);
+    // A floating paste is dropped without being laid down: its document shows its picture again.
     void DropPaste();
+    // The picture the next "PASTE" floats in place of the system clipboard's (the clip history
+    // sets it); nothing when the clipboard is to be used.
+    std::optional<PlainPicture> SharedClip;
     // The document is closing: no stroke may refer to it any more.
     void Forget(const fImage& doc);
 
@@ -60,6 +67,8 @@ class DocumentTools {
     void selectUp(fImage& doc, int x, int y);
     void runGradient(fImage& doc, int x, int y);
     void paintLifted(fImage& doc, int dx, int dy);
+    bool floating(const fImage& doc) const;
+    void paintFloat(fImage& doc, int x, int y);
 
     SetupRecord& setup_;
     cBitFilter& filter_;
@@ -79,6 +88,10 @@ class DocumentTools {
         COLORREF colour;
     };
     std::vector<LiftedPixel> lifted_;
+    // The floating paste: its picture, its document and that document's picture under it.
+    fImage* pasteDoc_ = nullptr;
+    PlainPicture pasteClip_;
+    velmar::Bits pasteBase_;
 };
 
 } // namespace velmar

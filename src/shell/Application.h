@@ -54,6 +54,8 @@ class Application {
     StatusPanels Status;
     cBitFilter& Filter() noexcept { return filter_; }
     DocumentTools& Tools() noexcept { return *tools_; }
+    // The file a window opens with: the animated GIF chosen for "fgif".
+    std::string FormFile;
     // Held from start-up to exit: the other instances see this one by it.
     std::unique_ptr<InstanceLock> InstanceGuard;
 
@@ -125,6 +127,8 @@ class Application {
     void createNewCopy();
     void createFromClipboard();
     void copySelection(bool cut);
+    void beginPaste(fImage& doc);
+    void openAnimatedGif();
     void runDialogWord(int index);
 
     std::filesystem::path appFolder_;

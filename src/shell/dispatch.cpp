@@ -162,7 +162,6 @@ constexpr FormWord kFormWords[] = {
     {"PDF", "fPDF"},
     {"BATCH", "fBatchSave"},
     {"MAP", "fMap"},
-    {"GIF", "fgif"},
     {"ICONEXTRACTOR", "frmIconEx"},
 };
 
@@ -222,12 +221,26 @@ void Application::MenuStatic(std::string_view key) {
     } else if (key == "ACQUIRETWAIN") {
         if (!port_.ShowForm("ACQUIRETWAIN"))
             port_.MsgBox(kNoScanner, MsgIcon::None, MsgButtons::Ok, kAppTitle);
+    } else if (key == "GIF") {
+        openAnimatedGif();
     } else if (key == "PRINTPREVIEW") {
         port_.MsgBox(kNotAvailableNewVersion, MsgIcon::None, MsgButtons::Ok, kAppTitle);
     } else if (const std::string_view form = formOf(key); !form.empty()) {
         port_.ShowForm(form);
     }
     // The bar and menu-style words without a caption are tested and ignored.
+}
+
+// The frames window opens on the animated GIF the user picks; a cancel ends the command.
+void Application::openAnimatedGif() {
+    const FileDialogSetup setup{"Open Animated GIF :: Velmar Kestrin v2",
+                                {"Animated CompuServe GIF|*.gif"},
+                                Setup.ImagesFolder.Trimmed(),
+                                "*.gif"};
+    const std::vector<std::string> files = port_.OpenFileDialog(setup, false);
+    if (files.empty()) return;
+    FormFile = files.front();
+    port_.ShowForm("fgif");
 }
 
 void Application::MenuUtilities(std::string_view key) {
@@ -253,8 +266,7 @@ void Application::Mmenu(std::string_view key) {
     } else if (key == "PASTE") {
         Tools().DropPaste();
         Setup.Tool = "";
-        port_.PumpEvents();
-        port_.ShowForm("fPaste");
+        beginPaste(*doc);
     } else if (key == "CREATENEWCOPY") {
         createNewCopy();
     } else if (key == "COPYIMAGETOCLIPBOARD") {
@@ -284,6 +296,17 @@ void Application::Mmenu(std::string_view key) {
     } else if (const std::string_view form = formOf(key); !form.empty()) {
         port_.ShowForm(form);
     }
+}
+
+// The clip history's chosen clip floats when there is one, the system clipboard's picture
+// otherwise; with neither, Paste does nothing.
+void Application::beginPaste(fImage& doc) {
+    std::optional<PlainPicture> clip = Tools().SharedClip;
+    if (!clip) {
+        if (std::optional<ClipboardPicture> picture = port_.GetClipboardPicture())
+            clip = PlainPicture{picture->width, picture->height, std::move(picture->bgrx)};
+    }
+    if (clip) Tools().BeginPaste(doc, std::move(*clip));
 }
 
 bool Application::RunFilterWord(std::string_view key) {

@@ -1,6 +1,7 @@
 // The application object headless: recent list, captions, closing, routing of open and save,
 // dead words, zoom words and crop, with the exact texts the user sees.
 #include "shell/Application.h"
+#include "document/tools.h"
 #include "formats/gateway.h"
 #include "shell/dispatch.h"
 #include "shell/startup.h"
@@ -222,6 +223,57 @@ TEST(Application, StartUpWarnsOfASecondInstanceAndOpensOnlyAnExistingFile) {
     EXPECT_EQ(three->Setup.FrameWidth, 9000);
     EXPECT_TRUE(IsSet(three->Setup.FrameMaximized));
     EXPECT_EQ(three->Setup.RecentFiles[0].Trimmed(), picture);
+}
+
+// Paste floats the clipboard's picture: it follows the mouse at PasteOpacity, a mouse up lays
+// it down with one undo state, and a second Paste (or any drop) takes an unlaid float away.
+TEST(Application, PasteFloatsUntilTheMouseLetsGo) {
+    Session s;
+    ASSERT_TRUE(s.app.User_File(s.picture("p.bmp", 8, 8, 0, 0, 0)));
+    fImage& doc = *s.app.ActiveImage();
+    s.port.clipboard = ClipboardPicture{2, 2, std::vector<std::uint8_t>(16, 200)};
+    s.app.Setup.PasteOpacity = 50;
+    s.app.Setup.Tool = "Brush";
+
+    s.app.Command("PASTE");
+    EXPECT_TRUE(IsSet(s.app.Setup.PasteActive));
+    EXPECT_EQ(s.app.Setup.Tool.Trimmed(), "");
+    EXPECT_EQ(doc.Bits()(2, 0, 0), 100); // shown at the corner at once: half of 200 over 0
+
+    s.app.Tools().MouseMove(doc, 5, 5, false);
+    EXPECT_EQ(doc.Bits()(2, 0, 0), 0); // the float left the corner
+    EXPECT_EQ(doc.Bits()(2, 4, 4), 100);
+    EXPECT_EQ(doc.Bits()(2, 5, 5), 100);
+    EXPECT_EQ(doc.UndoPos(), 1);
+
+    s.app.Tools().MouseDown(doc, 3, 3);
+    s.app.Tools().MouseUp(doc, 3, 3);
+    EXPECT_FALSE(IsSet(s.app.Setup.PasteActive));
+    EXPECT_EQ(doc.Bits()(2, 2, 2), 100);
+    EXPECT_EQ(doc.Bits()(2, 4, 4), 0);
+    EXPECT_EQ(doc.UndoPos(), 2);
+    EXPECT_TRUE(doc.Changed);
+
+    s.app.Command("PASTE");
+    s.app.Tools().MouseMove(doc, 6, 6, false);
+    s.app.Command("COPY"); // drops the float without laying it down
+    EXPECT_FALSE(IsSet(s.app.Setup.PasteActive));
+    EXPECT_EQ(doc.Bits()(2, 6, 6), 0);
+    EXPECT_EQ(doc.UndoPos(), 2);
+}
+
+TEST(Application, AnimatedGifWordAsksForItsFile) {
+    Session s;
+    s.app.Command("GIF"); // cancelled: nothing opens
+    ASSERT_EQ(s.port.dialogs.size(), 1u);
+    EXPECT_EQ(s.port.dialogs[0].title, "Open Animated GIF :: Velmar Kestrin v2");
+    EXPECT_EQ(s.port.dialogs[0].filters.at(0), "Animated CompuServe GIF|*.gif");
+    EXPECT_TRUE(s.port.forms.empty());
+    s.port.openAnswer = {"/pictures/run.gif"};
+    s.app.Command("GIF");
+    ASSERT_EQ(s.port.forms.size(), 1u);
+    EXPECT_EQ(s.port.forms[0].first, "fgif");
+    EXPECT_EQ(s.app.FormFile, "/pictures/run.gif");
 }
 
 } // namespace
