@@ -11,6 +11,11 @@
 
 namespace velmar {
 
+void ShowRunTimeError(UserPort& port, const RuntimeError& error) {
+    port.MsgBox("Run-time error '" + std::to_string(error.number()) + "':\n\n" + error.what(),
+                MsgIcon::Critical, MsgButtons::Ok, kAppTitle);
+}
+
 Application::Application(std::filesystem::path appFolder, UserPort& port, const SetupRecord& record)
     : Setup(record), appFolder_(std::move(appFolder)), port_(port),
       tools_(std::make_unique<DocumentTools>(Setup, filter_, Status, port_)) {
@@ -118,8 +123,7 @@ bool Application::RunOnActive(const std::function<velmar::Bits(cBitFilter&)>& wo
     } catch (const RuntimeError& e) {
         filter_.BitsRegion(nullptr);
         port_.Progress(-1);
-        port_.MsgBox("Run-time error '" + std::to_string(e.number()) + "':\n\n" + e.what(),
-                     MsgIcon::Critical, MsgButtons::Ok, kAppTitle);
+        ShowRunTimeError(port_, e);
         return false;
     } catch (const std::bad_alloc&) {
         filter_.BitsRegion(nullptr);

@@ -6,6 +6,7 @@
 // (dispatch.cpp), open and save (openSave.cpp) and start-up (startup.cpp) are its members.
 #include "document/fImage.h"
 #include "filters/cBitFilter.h"
+#include "pixel/RuntimeError.h"
 #include "port/UserPort.h"
 #include "shell/SetupRecord.h"
 
@@ -28,6 +29,10 @@ struct RecentItem {
     bool visible = false;
     bool enabled = false;
 };
+
+// The box of a filter's run-time error, as the old runtime showed it:
+// "Run-time error '6':" and the text below.
+void ShowRunTimeError(UserPort& port, const RuntimeError& error);
 
 // The file dialogs' filter lists, in their order.
 const std::vector<std::string>& OpenDialogFilters();
