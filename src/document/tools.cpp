@@ -64,8 +64,7 @@ void DocumentTools::BeginPaste(fImage& doc, PlainPicture clip) {
 }
 
 void DocumentTools::DropPaste() {
-    if (pasteDoc_ && IsSet(setup_.PasteActive) &&
-        pasteBase_.Width() == pasteDoc_->PictureWidth() &&
+    if (pasteDoc_ && IsSet(setup_.PasteActive) && pasteBase_.Width() == pasteDoc_->PictureWidth() &&
         pasteBase_.Height() == pasteDoc_->PictureHeight()) {
         std::memcpy(pasteDoc_->Bits().Data(), pasteBase_.Data(), pasteBase_.SizeBytes());
         pasteDoc_->View().UpdateImage();

@@ -100,7 +100,8 @@ struct FilterSetup {
         return {sliders.data(), static_cast<std::size_t>(sliderCount)};
     }
     // The values the dialog starts with for this setup (sliders at their defaults, the banks
-    // 2, 1, 0, the glass "slanting" with mode 0, the first curtain button).
+    // 2, 1, 0, the glass "slanting" with mode 0, the curtain with p0 at 0 until a button is
+    // pressed).
     DialogValues StartValues() const;
 };
 

@@ -109,7 +109,8 @@ void Application::Open() {
     const std::vector<std::string> files = port_.OpenFileDialog(dialog, true);
     if (files.empty()) return;
     if (IsSet(Setup.PreserveLastFolder))
-        Setup.ImagesFolder = std::filesystem::path(files.front()).parent_path().string();
+        // Kept with its closing separator: captions of new pictures are the folder + "New.bmp".
+        Setup.ImagesFolder = (std::filesystem::path(files.front()).parent_path() / "").string();
     for (const std::string& file : files)
         User_File(file);
 }

@@ -173,19 +173,24 @@ bool fCanvas::OK() {
 
 // ---- fOrientation -------------------------------------------------------------------------
 
+velmar::Bits OrientPicture(cBitFilter& filter, int orientation, bool flipVertical,
+                           bool flipHorizontal) {
+    // A quarter turn of the filter is counter-clockwise: n turns clockwise are 4 - n of them.
+    const int turns = (4 - std::clamp(orientation, 0, 3)) % 4;
+    for (int i = 0; i < turns; ++i) {
+        velmar::Bits source = filter.TakeBits();
+        filter.BitsRotate90(source);
+    }
+    filter.BitsRegion(nullptr);
+    if (flipVertical || flipHorizontal) return filter.Flip(flipHorizontal, flipVertical);
+    return filter.TakeBits();
+}
+
 bool fOrientation::OK() {
     fImage* doc = nullptr;
     if (!app_.GetActiveImage(doc)) return true;
-    const int turns = std::clamp(cbOrientation, 0, 3);
-    const bool flipV = FlipVertical, flipH = FlipHorizontal;
     if (app_.RunOnActive([&](cBitFilter& f) {
-            for (int i = 0; i < turns; ++i) {
-                velmar::Bits source = f.TakeBits();
-                f.BitsRotate90(source);
-            }
-            f.BitsRegion(nullptr);
-            if (flipV || flipH) return f.Flip(flipH, flipV);
-            return f.TakeBits();
+            return OrientPicture(f, cbOrientation, FlipVertical, FlipHorizontal);
         }))
         showSize(app_, *doc);
     return true;

@@ -77,6 +77,11 @@ class fCanvas {
     Application& app_;
 };
 
+// The picture the filter holds, turned by fOrientation's choice (quarter turns clockwise) and
+// then flipped; the filter is left empty.
+velmar::Bits OrientPicture(cBitFilter& filter, int orientation, bool flipVertical,
+                           bool flipHorizontal);
+
 class fOrientation {
   public:
     static constexpr std::string_view kTitle = "Orientation";

@@ -58,5 +58,32 @@ TEST(SizeDialogs, NewChecksItsMinimum) {
     EXPECT_EQ(app.ActiveImage()->UndoPos(), 1);
 }
 
+// "90 degrees clockwise" moves (x, y) of a W by H picture to (H - 1 - y, x); the flips come
+// after the turn.
+TEST(SizeDialogs, OrientationTurnsClockwiseThenFlips) {
+    Bits picture(3, 2);
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 3; ++x)
+            picture(0, x, y) = static_cast<std::uint8_t>(10 * y + x);
+    const auto orient = [&](int orientation, bool flipV, bool flipH) {
+        cBitFilter f;
+        f.Bits(picture.clone());
+        return OrientPicture(f, orientation, flipV, flipH);
+    };
+    const Bits once = orient(1, false, false);
+    ASSERT_EQ(once.Width(), 2);
+    ASSERT_EQ(once.Height(), 3);
+    EXPECT_EQ(once(0, 1, 0), 0);  // (0, 0)
+    EXPECT_EQ(once(0, 0, 0), 10); // (0, 1)
+    EXPECT_EQ(once(0, 0, 2), 12); // (2, 1)
+    const Bits back = orient(3, false, false);
+    EXPECT_EQ(back(0, 0, 2), 0); // counter-clockwise: (0, 0) to the bottom-left
+    const Bits half = orient(2, false, true);
+    // Half a turn, then mirrored sideways, is a flip upside down.
+    EXPECT_EQ(half(0, 0, 1), 0);
+    EXPECT_EQ(half(0, 2, 0), 12);
+    EXPECT_EQ(orient(0, true, false)(0, 0, 0), 10);
+}
+
 } // namespace
 } // namespace velmar

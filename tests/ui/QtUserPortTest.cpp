@@ -8,17 +8,13 @@
 #include <QTimer>
 #include <gtest/gtest.h>
 
+#include "support/qtModal.h"
+
 namespace velmar {
 namespace {
 
 QApplication& app() {
-    // Widget tests run without a screen unless one is asked for.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    static int argc = 1;
-    static char name[] = "ui_tests";
-    static char* argv[] = {name, nullptr};
-    static QApplication instance(argc, argv);
-    return instance;
+    return test::qtApp();
 }
 
 TEST(QtUserPort, MessageBoxesShowTheExactTextAndReportTheButton) {

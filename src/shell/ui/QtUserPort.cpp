@@ -1,10 +1,18 @@
 #include "shell/ui/QtUserPort.h"
 
+#include "shell/ui/fileDialogs.h"
+
+#include <QDesktopServices>
+#include <QFontMetrics>
+#include <QUrl>
+#include <QWidget>
+
 #include <QApplication>
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QImage>
 #include <QMessageBox>
+#include <cstring>
 
 namespace velmar {
 
@@ -80,6 +88,50 @@ bool QtUserPort::SetClipboardPicture(const ClipboardPicture& picture) {
                  QImage::Format_RGB32);
     QGuiApplication::clipboard()->setImage(image.copy());
     return !QGuiApplication::clipboard()->image().isNull();
+}
+
+std::optional<ClipboardPicture> QtUserPort::GetClipboardPicture() {
+    const QClipboard* clipboard = QGuiApplication::clipboard();
+    if (!clipboard) return std::nullopt;
+    const QImage image = clipboard->image().convertToFormat(QImage::Format_RGB32);
+    if (image.isNull()) return std::nullopt;
+    ClipboardPicture picture{image.width(), image.height(), {}};
+    picture.bgrx.resize(static_cast<std::size_t>(image.width()) * image.height() * 4);
+    for (int y = 0; y < image.height(); ++y)
+        std::memcpy(&picture.bgrx[static_cast<std::size_t>(y) * image.width() * 4],
+                    image.constScanLine(y), static_cast<std::size_t>(image.width()) * 4);
+    return picture;
+}
+
+std::vector<std::string> QtUserPort::OpenFileDialog(const FileDialogSetup& setup, bool multiple) {
+    return RunOpenDialog(setup, multiple, parent_);
+}
+
+std::optional<std::string> QtUserPort::SaveFileDialog(const FileDialogSetup& setup) {
+    return RunSaveDialog(setup, parent_);
+}
+
+bool QtUserPort::ShowForm(std::string_view form, int argument) {
+    return formShower ? formShower(form, argument) : false;
+}
+
+void QtUserPort::Progress(int percent) {
+    if (progressSink) progressSink(percent);
+}
+
+void QtUserPort::PumpEvents() {
+    // Painting goes on; clicks and keys wait until the command is done, so that a second
+    // command cannot start inside the first.
+    QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+}
+
+std::string QtUserPort::CompactPath(const std::string& path, int pixels) {
+    const QFontMetrics metrics(parent_ ? parent_->font() : QApplication::font());
+    return metrics.elidedText(QString::fromStdString(path), Qt::ElideMiddle, pixels).toStdString();
+}
+
+void QtUserPort::OpenUrl(const std::string& url) {
+    QDesktopServices::openUrl(QUrl(QString::fromStdString(url)));
 }
 
 } // namespace velmar

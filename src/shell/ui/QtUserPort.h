@@ -3,6 +3,8 @@
 // buttons, and the system clipboard.
 #include "port/UserPort.h"
 
+#include <functional>
+
 class QWidget;
 
 namespace velmar {
@@ -16,6 +18,18 @@ class QtUserPort final : public UserPort {
     MsgResult MsgBox(const std::string& text, MsgIcon icon, MsgButtons buttons,
                      const std::string& title) override;
     bool SetClipboardPicture(const ClipboardPicture& picture) override;
+    std::optional<ClipboardPicture> GetClipboardPicture() override;
+    std::vector<std::string> OpenFileDialog(const FileDialogSetup& setup, bool multiple) override;
+    std::optional<std::string> SaveFileDialog(const FileDialogSetup& setup) override;
+    bool ShowForm(std::string_view form, int argument) override;
+    void Progress(int percent) override;
+    void PumpEvents() override;
+    std::string CompactPath(const std::string& path, int pixels) override;
+    void OpenUrl(const std::string& url) override;
+
+    // The main frame shows the forms and the progress; without a frame, no form exists.
+    std::function<bool(std::string_view, int)> formShower;
+    std::function<void(int)> progressSink;
 
   private:
     QWidget* parent_;

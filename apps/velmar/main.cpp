@@ -1,0 +1,42 @@
+// The editor: start-up in its fixed order, then the frame's event loop.
+#include "shell/startup.h"
+#include "shell/ui/QtUserPort.h"
+#include "shell/ui/fMain.h"
+#include "shell/ui/fSplash.h"
+
+#include <QApplication>
+
+#include <string>
+
+int main(int argc, char** argv) {
+    // The whole text after the program's name is one file name, never parsed or unquoted.
+    std::string commandLine;
+    for (int i = 1; i < argc; ++i) {
+        if (i > 1) commandLine += ' ';
+        commandLine += argv[i];
+    }
+
+    QApplication qt(argc, argv);
+    QApplication::setApplicationName("Velmar Kestrin SILK");
+
+    velmar::fSplash splash;
+    splash.showSplash();
+    QApplication::processEvents();
+
+    const std::filesystem::path folder = velmar::ProgramFolder();
+    velmar::QtUserPort port;
+    // The record, the second-instance warning (the program comes up all the same), the data
+    // folders and the Recent list.
+    std::unique_ptr<velmar::Application> app = velmar::StartUp(folder, port, folder);
+
+    velmar::fMain frame(*app, port);
+    frame.PlaceFrame();
+    frame.ApplyViewSettings();
+    frame.RestoreLayouts();
+    velmar::OpenCommandLine(*app, commandLine);
+    frame.RefreshFrame();
+    frame.show();
+    frame.ShowBoxes();
+    splash.close();
+    return QApplication::exec();
+}
