@@ -68,6 +68,7 @@ void BM_PaintView(benchmark::State& state) {
     QuietPort port;
     Application app(benchFolder(), port, SetupRecord{});
     fImage& doc = app.NewDocument();
+    doc.CreateBlank(kW, kH);
     doc.Bits(patterned());
     doc.SelectWholePicture();
     doc.ZoomFactor(zoom);
@@ -96,6 +97,17 @@ const std::string& jpegFile() {
     }();
     return file;
 }
+
+// The loader alone: FreeImage's decode and the move into a document's pixel array.
+void BM_LoadJpegIntoBits(benchmark::State& state) {
+    const std::string& file = jpegFile();
+    for (auto _ : state) {
+        std::optional<Bits> bits = LoadPictureFile(file, LoadSite::Document);
+        if (!bits) state.SkipWithError("load failed");
+        benchmark::DoNotOptimize(bits->Data());
+    }
+}
+BENCHMARK(BM_LoadJpegIntoBits)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_FreeImageDecodeJpeg(benchmark::State& state) {
     const std::string& file = jpegFile();

@@ -38,12 +38,6 @@ using std::uint8_t;
 constexpr uint32_t kColourBytes = 0x00FFFFFFu;
 constexpr int kLead = velmar::Bits::kMargin; // margin pixels left of x = 0
 
-// Zeroes the two margin pixels on each side of a row.
-inline void clearRowMargins(uint8_t* row, int width) {
-    std::memset(row - kLead * 4, 0, kLead * 4);
-    std::memset(row + std::ptrdiff_t{width} * 4, 0, kLead * 4);
-}
-
 // The loop fields as `for y = 0 to rows - 1: for x = 0 to columns - 1` leaves them.
 void leaveLoopFields(int32_t& x, int32_t& y, int32_t columns, int32_t rows) {
     y = rows > 0 ? rows : 0;
@@ -351,13 +345,12 @@ template <class Row, class AfterRow>
 velmar::Bits buildPicture(int32_t width, int32_t height, int threads, Row&& row,
                           AfterRow&& afterRow) {
     velmar::Bits out = velmar::Bits::Uninitialised(width, height);
-    for (int y : {-2, -1, height, height + 1})
-        std::memset(out.Row(y) - kLead * 4, 0, static_cast<std::size_t>(out.Stride()));
+    out.ZeroMarginRows();
     filters::runRows(
         0, height - 1, threads,
         [&](int y) {
             uint8_t* o = out.Row(y);
-            clearRowMargins(o, width);
+            out.ZeroRowMargins(y);
             row(y, reinterpret_cast<Pixel32*>(o));
         },
         afterRow);
@@ -441,8 +434,7 @@ void cBitFilter::BitsRotate90(const velmar::Bits& source) {
     // The new picture is h wide and w high: source (x, y) goes to (y, W1 - x), so each new row
     // is a source column read downwards.
     velmar::Bits out = velmar::Bits::Uninitialised(h, w);
-    for (int y : {-2, -1, w, w + 1})
-        std::memset(out.Row(y) - kLead * 4, 0, static_cast<std::size_t>(out.Stride()));
+    out.ZeroMarginRows();
 
     // Strips of kStrip source columns (new rows), each written from left to right as the strip
     // goes down the source, eight rows at a time: an 8 x 8 block turned in registers.
@@ -457,7 +449,7 @@ void cBitFilter::BitsRotate90(const velmar::Bits& source) {
             uint32_t* rows[kStrip];
             for (int32_t x = x0; x < x1; ++x) {
                 uint8_t* row = out.Row(w - 1 - x);
-                clearRowMargins(row, h);
+                out.ZeroRowMargins(w - 1 - x);
                 rows[x - x0] = reinterpret_cast<uint32_t*>(row);
             }
             const int32_t whole = x0 + (x1 - x0) / 8 * 8; // columns in full blocks

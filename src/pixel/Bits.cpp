@@ -39,6 +39,12 @@ Bits Bits::Uninitialised(int width, int height) {
     return Bits(width, height, NoFill{});
 }
 
+void Bits::ZeroMarginRows() noexcept {
+    if (!IsAllocated()) return;
+    for (int y : {-2, -1, height_, height_ + 1})
+        std::memset(Row(y) - kMargin * kChannels, 0, static_cast<std::size_t>(stride_));
+}
+
 Bits::Bits(Bits&& other) noexcept
     : width_(other.width_), height_(other.height_), stride_(other.stride_),
       data_(std::move(other.data_)) {

@@ -39,6 +39,16 @@ class Bits {
     // The same array without the zero fill, margin included: every byte must be written before
     // any is read. The filter frame builds its working copy in one pass with it.
     static Bits Uninitialised(int width, int height);
+    // For an array made Uninitialised and filled row by row: the two margin rows above and the
+    // two below the picture become zero, and the two margin pixels on each side of row y.
+    void ZeroMarginRows() noexcept;
+    void ZeroRowMargins(int y) noexcept {
+        std::uint8_t* row = Row(y);
+        for (int i = 0; i < kMargin * kChannels; ++i) {
+            row[i - kMargin * kChannels] = 0;
+            row[static_cast<std::ptrdiff_t>(width_) * kChannels + i] = 0;
+        }
+    }
 
     Bits(Bits&& other) noexcept;
     Bits& operator=(Bits&& other) noexcept;
