@@ -2,6 +2,7 @@
 // the filter dialog, the closing question and the zoomed paint, each checked against what the
 // core gives for the same steps without any window.
 #include "shell/ui/fMain.h"
+#include "composition/ui/fPalette.h"
 #include "document/tools.h"
 #include "document/ui/fImageWindow.h"
 #include "formats/gateway.h"
@@ -185,6 +186,14 @@ TEST(fMain, MouseOnTheWindowPaintsAsTheToolHandlersDo) {
     EXPECT_TRUE(samePixels(editor.active().Bits(), doc.Bits()));
     EXPECT_EQ(editor.active().UndoPos(), doc.UndoPos());
     EXPECT_TRUE(editor.active().Changed);
+
+    // The picker's colour becomes the current colour, and the colour box shows it.
+    editor.app->Setup.Tool = "GetColor";
+    QTest::mouseClick(surface, Qt::LeftButton, {}, QPoint(3, 4));
+    const COLORREF picked = editor.active().BitsGetPixel(3, 4);
+    EXPECT_EQ(static_cast<COLORREF>(editor.app->Setup.ForeColor), picked);
+    EXPECT_EQ(editor.frame->ColourBox()->findChild<QLabel*>("lblR")->text(),
+              QString("R: %1").arg(picked & 0xFF));
 }
 
 TEST(fMain, FilterDialogPreviewsAtOnceAndOkAppliesOnce) {

@@ -306,6 +306,7 @@ void fImageWindow::surfaceMouse(QMouseEvent* event) {
         if (event->button() != Qt::LeftButton || !held_) return;
         held_ = false;
         tools_.MouseUp(*doc_, p.x(), p.y());
+        if (onMouseReleased) onMouseReleased();
         break;
     default:
         return;

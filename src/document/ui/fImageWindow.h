@@ -47,6 +47,8 @@ class fImageWindow final : public QWidget, public DocumentView {
 
     // Something the status bar shows may have changed.
     std::function<void()> onStatusChanged;
+    // A mouse button was let go on the picture: a stroke ended, a colour may have been picked.
+    std::function<void()> onMouseReleased;
 
     // ---- DocumentView ---------------------------------------------------------------------
     void UpdateImage() override;

@@ -388,6 +388,8 @@ void fMain::Progress(int percent) {
 void fMain::documentShown(fImage& doc, bool maximized) {
     auto* window = new fImageWindow(doc, app_.Tools());
     window->onStatusChanged = [this] { RefreshStatus(); };
+    // The picker's colour became the current colour at the release.
+    window->onMouseReleased = [this] { palette_->syncFromRecord(); };
     QMdiSubWindow* sub = mdi_->addSubWindow(window);
     sub->setAttribute(Qt::WA_DeleteOnClose);
     sub->setWindowTitle(QString::fromStdString(doc.Caption));
@@ -541,6 +543,7 @@ void fMain::RefreshFrame() {
     for (const auto& [doc, sub] : windows_)
         sub->setWindowTitle(QString::fromStdString(doc->Caption));
     sideTools_->syncFromRecord();
+    palette_->syncFromRecord();
     RefreshStatus();
 }
 
