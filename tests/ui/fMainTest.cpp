@@ -6,6 +6,8 @@
 #include "document/tools.h"
 #include "document/ui/fImageWindow.h"
 #include "formats/gateway.h"
+#include "shell/settingsFile.h"
+#include "shell/setupStore.h"
 #include "shell/ui/QtUserPort.h"
 #include "support/RecordingPort.h"
 #include "support/TempFolder.h"
@@ -265,6 +267,25 @@ TEST(fMain, ZoomPaintsWholePictureSquaresFromTheScrolledBlock) {
         EXPECT_EQ(qRed(c), bits(2, px, py)) << s.x() << "," << s.y();
     }
     EXPECT_EQ(window.ToPicture(QPoint(2, 0)), QPoint(11, 5));
+}
+
+// Exit: the frame's size and the colour box's place go into the record, which reaches the
+// file; the first close stores the bar layouts and "RunOnce".
+TEST(fMain, ClosingTheFrameWritesTheRecordAndTheLayouts) {
+    Editor editor;
+    editor.frame->resize(900, 600);
+    editor.frame->ShowBoxes();
+    editor.frame->ColourBox()->move(300, 200);
+    QApplication::processEvents();
+    ASSERT_TRUE(editor.frame->close());
+    const SetupRecord saved = LoadSetup(editor.folder.path(), editor.port).record;
+    EXPECT_EQ(saved.FrameWidth, 900 * 15);
+    EXPECT_EQ(saved.FrameHeight, 600 * 15);
+    EXPECT_EQ(saved.ColorBoxPlace[0], 300 * 15);
+    EXPECT_EQ(saved.ColorBoxPlace[1], 200 * 15);
+    SettingsFile settings(editor.folder.path());
+    EXPECT_EQ(settings.Value(kSettingsSection, "RunOnce"), "1");
+    EXPECT_TRUE(settings.Value(kSettingsSection, "ToolBarLayouts").has_value());
 }
 
 } // namespace

@@ -442,7 +442,9 @@ void fMain::subWindowActivated(QMdiSubWindow* sub) {
 bool fMain::eventFilter(QObject* watched, QEvent* event) {
     if (watched == palette_ && (event->type() == QEvent::Move || event->type() == QEvent::Close ||
                                 event->type() == QEvent::Resize)) {
-        storeBoxPlace();
+        // Only a box on the screen has a place of its own: the layout of a hidden one must not
+        // overwrite where it stood.
+        if (palette_->isVisible()) storeBoxPlace();
         if (event->type() == QEvent::Close) {
             app_.Setup.ColorBoxVisible = kFlagFalse;
             if (colourBoxCheck_) colourBoxCheck_->setChecked(false);
