@@ -66,12 +66,12 @@ template <class T> constexpr bool kIsShortArray = false;
 template <std::size_t N> constexpr bool kIsShortArray<std::array<std::int16_t, N>> = true;
 
 // The 16-bit field of the record by its name, "Name[i]" for an entry of an array field.
-std::int16_t& shortField(SetupRecord& r, std::string_view spec) {
-    std::string_view name = spec;
+std::int16_t& shortField(SetupRecord& r, std::string_view field) {
+    std::string_view name = field;
     std::size_t index = 0;
-    if (const std::size_t open = spec.find('['); open != std::string_view::npos) {
-        name = spec.substr(0, open);
-        index = static_cast<std::size_t>(spec[open + 1] - '0');
+    if (const std::size_t open = field.find('['); open != std::string_view::npos) {
+        name = field.substr(0, open);
+        index = static_cast<std::size_t>(field[open + 1] - '0');
     }
     std::int16_t* found = nullptr;
     VisitFields(r, [&](std::string_view fieldName, auto& field) {
@@ -82,7 +82,7 @@ std::int16_t& shortField(SetupRecord& r, std::string_view spec) {
         else if constexpr (kIsShortArray<Field>)
             found = &field.at(index);
     });
-    if (!found) throw std::invalid_argument(std::string(spec));
+    if (!found) throw std::invalid_argument(std::string(field));
     return *found;
 }
 
