@@ -19,6 +19,7 @@ using test::pixelAt;
 using test::cases::Colour;
 
 constexpr COLORREF kLine = 0x00C86428; // red 40, green 100, blue 200
+const auto lineColour = [](Pixel p) { return Pixel{200, 100, 40, p[3]}; };
 
 // Every pixel of `out` is either `picture`'s or, where `line(x, y)` holds, `expected(picture's)`.
 template <class Line, class Expected>
@@ -49,9 +50,7 @@ TEST(Overlays, GridOpacityAndLines) {
                 return c.opacity > 0 && region.Contains(x, y) &&
                        ((y - 1) % c.vStep == 0 || (x - 1) % c.hStep == 0);
             },
-            [](Pixel p) {
-                return Pixel{200, 100, 40, p[3]};
-            });
+            lineColour);
         EXPECT_TRUE(test::samePixels(f.Grid(c.hStep, c.vStep, c.force, kLine, c.opacity), out));
         EXPECT_TRUE(test::samePixels(f.BitsView(), picture));
     }
@@ -65,19 +64,14 @@ TEST(Overlays, GridVerticalLinesStartAtBoxLeft) {
     expectLines(
         picture, f.Grid(2, 10, false, kLine, 255),
         [](int x, int y) { return x >= 4 && (y == 1 || (y >= 4 && (x == 4 || x == 6))); },
-        [](Pixel p) {
-            return Pixel{200, 100, 40, p[3]};
-        });
+        lineColour);
 
     // No selection: box left 0, so the vertical lines start at y 0; the forced margins are row
     // and column 7.
     cBitFilter whole = test::filterOn(picture, nullptr);
     expectLines(
         picture, whole.Grid(3, 3, true, kLine, 255),
-        [](int x, int y) { return x % 3 == 0 || y % 3 == 0 || x == 7 || y == 7; },
-        [](Pixel p) {
-            return Pixel{200, 100, 40, p[3]};
-        });
+        [](int x, int y) { return x % 3 == 0 || y % 3 == 0 || x == 7 || y == 7; }, lineColour);
 }
 
 TEST(Overlays, GridBlendsOnceAndOverflows) {

@@ -5,12 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cmath>
 #include <cstdint>
-#include <functional>
 #include <limits>
-#include <vector>
 
 namespace velmar {
 namespace {
@@ -81,25 +77,6 @@ TEST(ToneLevels, ChannelOperations) {
         {"SpecialColors",
          [](cBitFilter& f) { return f.SpecialColors(-1, 1, 0); },
          {{{10, 240, 100}, {0, 0, 100}}}},
-        // Pixel (B, G, R) = (10, 20, 30); each mode names the sources of R', G', B'.
-        {"SwapBanks 1",
-         [](cBitFilter& f) { return f.SwapBanks(1); },
-         {{{10, 20, 30}, {20, 30, 10}}}},
-        {"SwapBanks 2",
-         [](cBitFilter& f) { return f.SwapBanks(2); },
-         {{{10, 20, 30}, {30, 10, 20}}}},
-        {"SwapBanks 3",
-         [](cBitFilter& f) { return f.SwapBanks(3); },
-         {{{10, 20, 30}, {20, 10, 30}}}},
-        {"SwapBanks 4",
-         [](cBitFilter& f) { return f.SwapBanks(4); },
-         {{{10, 20, 30}, {30, 20, 10}}}},
-        {"SwapBanks 5",
-         [](cBitFilter& f) { return f.SwapBanks(5); },
-         {{{10, 20, 30}, {10, 30, 20}}}},
-        {"SwapBanks 6",
-         [](cBitFilter& f) { return f.SwapBanks(6); },
-         {{{10, 20, 30}, {10, 20, 30}}}},
         // Red from blue, inverted: 255 - 10; green from red, killed; blue from green.
         {"SwapRGB",
          [](cBitFilter& f) { return f.SwapRGB(0, 2, 1, -1, 0, 0, 0, 255, 0); },
@@ -114,6 +91,13 @@ TEST(ToneLevels, ChannelOperations) {
     };
     for (const Case& c : cases)
         check(c);
+    // Pixel (B, G, R) = (10, 20, 30); each mode names the sources of R', G', B'.
+    const Colour banks[] = {{20, 30, 10}, {30, 10, 20}, {20, 10, 30},
+                            {30, 20, 10}, {10, 30, 20}, {10, 20, 30}};
+    for (int m = 1; m <= 6; ++m)
+        check({"SwapBanks",
+               [m](cBitFilter& f) { return f.SwapBanks(m); },
+               {{{10, 20, 30}, banks[m - 1]}}});
 }
 
 TEST(ToneLevels, GreyAndCuts) {
@@ -193,32 +177,6 @@ TEST(ToneLevels, Saturation) {
     };
     for (const Case& c : cases)
         check(c);
-}
-
-// c' = round(c + (c - a) percent / 100) with the standard clamp, over every pair of a channel
-// and a third of the sum the picture holds, for small and large percentages. N / 100.0 is
-// exact at the ties and far from them elsewhere, so nearbyint gives the exact rounding.
-TEST(ToneLevels, SaturationIsExactForEveryPairAndPercentage) {
-    Bits picture(256, 256);
-    for (int y = 0; y < 256; ++y)
-        for (int x = 0; x < 256; ++x)
-            test::setPixel(picture, x, y, {x, y, (x * 7 + y * 13) & 255, 0});
-    cBitFilter f;
-    f.Bits(picture.clone());
-    for (const int percent : {-100, -37, 10, 50, 135, 999, 25601, 40000000}) {
-        const Bits out = f.SATURATION(percent);
-        for (int y = 0; y < 256; ++y)
-            for (int x = 0; x < 256; ++x) {
-                const Pixel p = pixelAt(picture, x, y);
-                const std::int64_t a = (p[0] + p[1] + p[2]) / 3;
-                for (int c = 0; c < 3; ++c) {
-                    const std::int64_t n = (p[c] - a) * percent + 100 * std::int64_t{p[c]};
-                    const double v = std::nearbyint(static_cast<double>(n) / 100.0);
-                    const int expected = v < 0 ? 0 : (v > 255 ? 255 : static_cast<int>(v));
-                    ASSERT_EQ(out(c, x, y), expected) << percent << " at " << x << ", " << y;
-                }
-            }
-    }
 }
 
 TEST(ToneLevels, ClassyColors) {

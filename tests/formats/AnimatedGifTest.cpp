@@ -93,12 +93,6 @@ TEST(AnimatedGif, BrokenFilesAreRefusedWithAReason) {
     EXPECT_EQ(gif.FrameCount(), 0);
 }
 
-} // namespace
-} // namespace velmar
-
-namespace velmar {
-namespace {
-
 // Real animations from other writers, composed by ImageMagick as a reference we did not write:
 // every frame we show must equal its coalesced frame over the same background.
 TEST(AnimatedGif, CorpusAnimationsMatchAnIndependentPlayer) {

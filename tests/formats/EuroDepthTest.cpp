@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <set>
 
 namespace velmar {
 namespace {
@@ -65,22 +64,6 @@ TEST(EuroDepth, PalettedDepthsMapToTheNearestEntryWithoutDither) {
     EXPECT_EQ(out(0, 2, 0), 255); // blue 200 with little else: VGA blue (0, 0, 255)
     EXPECT_EQ(out(2, 2, 0), 0);
     EXPECT_EQ(out(1, 3, 0), 128); // mid grey: VGA dark grey (128, 128, 128)
-
-    // A flat picture of one colour stays one colour: no dither pattern appears.
-    Bits flat(16, 16);
-    for (int y = 0; y < 16; ++y)
-        for (int x = 0; x < 16; ++x)
-            flat(0, x, y) = 90, flat(1, x, y) = 140, flat(2, x, y) = 60;
-    for (auto method :
-         {&EuroDepth::SetDepth_01Bit, &EuroDepth::SetDepth_04Bit, &EuroDepth::SetDepth_08Bit}) {
-        Bits r;
-        (depth.*method)(flat, &r);
-        std::set<std::uint32_t> seen;
-        for (int y = 0; y < 16; ++y)
-            for (int x = 0; x < 16; ++x)
-                seen.insert(r(0, x, y) | (r(1, x, y) << 8) | (r(2, x, y) << 16));
-        EXPECT_EQ(seen.size(), 1u);
-    }
 }
 
 TEST(EuroDepth, EveryResultColourBelongsToItsPalette) {

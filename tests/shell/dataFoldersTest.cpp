@@ -2,6 +2,7 @@
 #include "formats/gateway.h"
 #include "shell/builtinPictures.h"
 #include "support/TempFolder.h"
+#include "support/cliRuns.h"
 #include "support/files.h"
 
 #include <gtest/gtest.h>
@@ -26,16 +27,6 @@ std::vector<std::string> namesIn(const fs::path& folder) {
         names.push_back(entry.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
-}
-
-// Red, green and blue of every pixel alike (the mask byte is no colour).
-bool samePixels(const Bits& a, const Bits& b) {
-    if (a.Width() != b.Width() || a.Height() != b.Height()) return false;
-    for (int y = 0; y < a.Height(); ++y)
-        for (int x = 0; x < a.Width(); ++x)
-            for (int c = 0; c < 3; ++c)
-                if (a(c, x, y) != b(c, x, y)) return false;
-    return true;
 }
 
 struct Rgb {
@@ -73,7 +64,7 @@ TEST(DataFolders, FreshFolderGetsAllFourWithTheirContent) {
     for (std::size_t i = 0; i < stamps.size(); ++i) {
         const auto loaded = LoadPictureFile(expected[i], LoadSite::Document);
         ASSERT_TRUE(loaded) << expected[i];
-        EXPECT_TRUE(samePixels(*loaded, stamps[i])) << expected[i];
+        EXPECT_TRUE(test::sameColours(*loaded, stamps[i])) << expected[i];
         // Every shape keeps clear of the corners: white ink-free paper there.
         expectPixel(*loaded, 0, 0, {255, 255, 255});
     }
@@ -82,7 +73,7 @@ TEST(DataFolders, FreshFolderGetsAllFourWithTheirContent) {
 
     const auto picture = LoadPictureFile(expected.back(), LoadSite::Document);
     ASSERT_TRUE(picture);
-    EXPECT_TRUE(samePixels(*picture, DefaultPicture()));
+    EXPECT_TRUE(test::sameColours(*picture, DefaultPicture()));
     // Top left is sky at 0.5/150 of the way to the horizon colour:
     // 30 + 220 * 0.00333 = 30.7 -> 31, 60 + 130 * 0.00333 = 60.4 -> 60, blue 140 all along.
     expectPixel(*picture, 0, 0, {31, 60, 140});

@@ -11,6 +11,7 @@
 #include "shell/ui/QtUserPort.h"
 #include "support/RecordingPort.h"
 #include "support/TempFolder.h"
+#include "support/cliRuns.h"
 #include "support/qtModal.h"
 
 #include <QAction>
@@ -33,15 +34,6 @@ namespace {
 using test::RecordingPort;
 using test::TempFolder;
 using test::whenModal;
-
-bool samePixels(const Bits& a, const Bits& b) {
-    if (a.Width() != b.Width() || a.Height() != b.Height()) return false;
-    for (int y = 0; y < a.Height(); ++y)
-        for (int x = 0; x < a.Width(); ++x)
-            for (int c = 0; c < 3; ++c)
-                if (a(c, x, y) != b(c, x, y)) return false;
-    return true;
-}
 
 struct Editor {
     TempFolder folder;
@@ -123,12 +115,12 @@ TEST(fMain, OpenFilterUndoRedoAndSaveFromTheMenus) {
     core.app.Command("HEAVYEMBOSS");
 
     editor.trigger("HEAVYEMBOSS");
-    EXPECT_TRUE(samePixels(editor.active().Bits(), core.app.ActiveImage()->Bits()));
-    EXPECT_FALSE(samePixels(editor.active().Bits(), original));
+    EXPECT_TRUE(test::sameColours(editor.active().Bits(), core.app.ActiveImage()->Bits()));
+    EXPECT_FALSE(test::sameColours(editor.active().Bits(), original));
     editor.trigger("UNDO");
-    EXPECT_TRUE(samePixels(editor.active().Bits(), original));
+    EXPECT_TRUE(test::sameColours(editor.active().Bits(), original));
     editor.trigger("REDO");
-    EXPECT_TRUE(samePixels(editor.active().Bits(), core.app.ActiveImage()->Bits()));
+    EXPECT_TRUE(test::sameColours(editor.active().Bits(), core.app.ActiveImage()->Bits()));
 
     const std::string saved = (editor.folder / "out.png").string();
     whenModal<QFileDialog>([saved](QFileDialog* dialog) {
@@ -137,7 +129,7 @@ TEST(fMain, OpenFilterUndoRedoAndSaveFromTheMenus) {
     editor.trigger("SAVEAS");
     const std::optional<Bits> back = LoadPictureFile(saved, LoadSite::Document);
     ASSERT_TRUE(back.has_value());
-    EXPECT_TRUE(samePixels(*back, core.app.ActiveImage()->Bits()));
+    EXPECT_TRUE(test::sameColours(*back, core.app.ActiveImage()->Bits()));
     EXPECT_FALSE(editor.active().Changed);
     EXPECT_EQ(editor.app->Setup.RecentFiles[0].Trimmed(), file);
 }
@@ -185,7 +177,7 @@ TEST(fMain, MouseOnTheWindowPaintsAsTheToolHandlersDo) {
     tools.MouseMove(doc, 25, 20, true);
     tools.MouseMove(doc, 50, 40, true);
     tools.MouseUp(doc, 50, 40);
-    EXPECT_TRUE(samePixels(editor.active().Bits(), doc.Bits()));
+    EXPECT_TRUE(test::sameColours(editor.active().Bits(), doc.Bits()));
     EXPECT_EQ(editor.active().UndoPos(), doc.UndoPos());
     EXPECT_TRUE(editor.active().Changed);
 

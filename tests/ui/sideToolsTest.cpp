@@ -66,12 +66,12 @@ template <class T> constexpr bool kIsShortArray = false;
 template <std::size_t N> constexpr bool kIsShortArray<std::array<std::int16_t, N>> = true;
 
 // The 16-bit field of the record by its name, "Name[i]" for an entry of an array field.
-std::int16_t& shortField(SetupRecord& r, std::string_view field) {
-    std::string_view name = field;
+std::int16_t& shortField(SetupRecord& r, std::string_view wanted) {
+    std::string_view name = wanted;
     std::size_t index = 0;
-    if (const std::size_t open = field.find('['); open != std::string_view::npos) {
-        name = field.substr(0, open);
-        index = static_cast<std::size_t>(field[open + 1] - '0');
+    if (const std::size_t open = wanted.find('['); open != std::string_view::npos) {
+        name = wanted.substr(0, open);
+        index = static_cast<std::size_t>(wanted[open + 1] - '0');
     }
     std::int16_t* found = nullptr;
     VisitFields(r, [&](std::string_view fieldName, auto& field) {
@@ -82,7 +82,7 @@ std::int16_t& shortField(SetupRecord& r, std::string_view field) {
         else if constexpr (kIsShortArray<Field>)
             found = &field.at(index);
     });
-    if (!found) throw std::invalid_argument(std::string(field));
+    if (!found) throw std::invalid_argument(std::string(wanted));
     return *found;
 }
 

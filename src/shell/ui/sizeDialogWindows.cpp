@@ -98,6 +98,19 @@ QDialogButtonBox* okCancel(QDialog* dialog) {
     return buttons;
 }
 
+// The dialogs' common layout: the fields on the left, the picture on the right, then an
+// optional note and the OK and Cancel buttons.
+void layOutFieldsAndPicture(QDialog* dialog, QLayout* fields, QWidget* picture,
+                            QWidget* note = nullptr) {
+    auto* row = new QHBoxLayout;
+    row->addLayout(fields);
+    row->addWidget(picture);
+    auto* layout = new QVBoxLayout(dialog);
+    layout->addLayout(row);
+    if (note) layout->addWidget(note);
+    layout->addWidget(okCancel(dialog));
+}
+
 void name(QDialog* dialog, const char* form, std::string_view title) {
     dialog->setObjectName(form);
     dialog->setWindowTitle(text(title));
@@ -194,12 +207,7 @@ fSizeDialog::fSizeDialog(Application& app, QWidget* parent)
     form->addRow(fields_.Keep());
     form->addRow("Quick", quick);
     form->addRow(interpolate);
-    auto* row = new QHBoxLayout;
-    row->addLayout(form);
-    row->addWidget(staticPreview(this, app));
-    auto* layout = new QVBoxLayout(this);
-    layout->addLayout(row);
-    layout->addWidget(okCancel(this));
+    layOutFieldsAndPicture(this, form, staticPreview(this, app));
 }
 
 void fSizeDialog::accept() {
@@ -297,13 +305,7 @@ fCanvasDialog::fCanvasDialog(Application& app, QWidget* parent)
     form->addRow("Height", fields_.Height());
     form->addRow(fields_.Keep());
     form->addRow("Quick", quick);
-    auto* row = new QHBoxLayout;
-    row->addLayout(form);
-    row->addWidget(placement_);
-    auto* layout = new QVBoxLayout(this);
-    layout->addLayout(row);
-    layout->addWidget(explanation);
-    layout->addWidget(okCancel(this));
+    layOutFieldsAndPicture(this, form, placement_, explanation);
 }
 
 void fCanvasDialog::showPlacement() {
@@ -352,12 +354,7 @@ fOrientationDialog::fOrientationDialog(Application& app, QWidget* parent)
     auto* form = new QFormLayout;
     form->addRow("Canvas orientation", orientation);
     form->addRow(flips);
-    auto* row = new QHBoxLayout;
-    row->addLayout(form);
-    row->addWidget(preview_);
-    auto* layout = new QVBoxLayout(this);
-    layout->addLayout(row);
-    layout->addWidget(okCancel(this));
+    layOutFieldsAndPicture(this, form, preview_);
     showPreview();
 }
 
@@ -422,12 +419,7 @@ fRotateDialog::fRotateDialog(Application& app, QWidget* parent)
     form->addRow(steps);
     form->addRow(antialiasing);
     form->addRow(new QLabel("Canvas will be resized", this));
-    auto* row = new QHBoxLayout;
-    row->addLayout(form);
-    row->addWidget(staticPreview(this, app));
-    auto* layout = new QVBoxLayout(this);
-    layout->addLayout(row);
-    layout->addWidget(okCancel(this));
+    layOutFieldsAndPicture(this, form, staticPreview(this, app));
 }
 
 void fRotateDialog::showDegrees() {
