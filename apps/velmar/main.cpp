@@ -5,8 +5,30 @@
 #include "shell/ui/fSplash.h"
 
 #include <QApplication>
+#include <QMessageBox>
+
+#include <exception>
 
 #include <string>
+
+namespace {
+
+// The last guard: an error no command caught (a full disk under a paint stroke's undo state,
+// say) is shown in a box and the program goes on, instead of ending with the user's pictures.
+class EditorApplication final : public QApplication {
+  public:
+    using QApplication::QApplication;
+    bool notify(QObject* receiver, QEvent* event) override {
+        try {
+            return QApplication::notify(receiver, event);
+        } catch (const std::exception& e) {
+            QMessageBox::critical(activeWindow(), "Velmar Kestrin", QString::fromUtf8(e.what()));
+        }
+        return false;
+    }
+};
+
+} // namespace
 
 int main(int argc, char** argv) {
     // The whole text after the program's name is one file name, never parsed or unquoted.
@@ -16,7 +38,7 @@ int main(int argc, char** argv) {
         commandLine += argv[i];
     }
 
-    QApplication qt(argc, argv);
+    EditorApplication qt(argc, argv);
     QApplication::setApplicationName("Velmar Kestrin SILK");
 
     velmar::fSplash splash;

@@ -280,5 +280,20 @@ TEST(fMain, ClosingTheFrameWritesTheRecordAndTheLayouts) {
     EXPECT_TRUE(settings.Value(kSettingsSection, "ToolBarLayouts").has_value());
 }
 
+// A failure no command expects (the undo folder gone) is shown, and the editor goes on.
+TEST(fMain, ACommandThatFailsBeyondItsOwnMessagesSaysWhy) {
+    Editor editor;
+    ASSERT_TRUE(editor.app->User_File(editor.picture("p.bmp", 8, 8)));
+    std::filesystem::remove_all(editor.folder / "Temp");
+    QString shown;
+    whenModal<QMessageBox>([&](QMessageBox* box) {
+        shown = box->text();
+        box->button(QMessageBox::Ok)->click();
+    });
+    editor.trigger("INVERT");
+    EXPECT_TRUE(shown.contains("Temp")) << shown.toStdString();
+    EXPECT_EQ(editor.app->Documents().size(), 1u);
+}
+
 } // namespace
 } // namespace velmar

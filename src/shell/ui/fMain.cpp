@@ -302,7 +302,15 @@ void fMain::entryTriggered(const MenuEntry& entry) {
 }
 
 void fMain::RunKey(std::string_view key) {
-    app_.Command(key);
+    try {
+        app_.Command(key);
+    } catch (const std::bad_alloc&) {
+        port_.MsgBox("Out of memory", MsgIcon::Critical, MsgButtons::Ok, kAppTitle);
+    } catch (const std::exception& e) {
+        // A command that fails beyond its own messages (an undo state the disk refused, say)
+        // ends here: the picture stays as the command left it, and the user reads why.
+        port_.MsgBox(e.what(), MsgIcon::Critical, MsgButtons::Ok, kAppTitle);
+    }
     RefreshFrame();
 }
 
