@@ -373,5 +373,66 @@ TEST(Deform, ResultsDoNotDependOnTheThreads) {
     }
 }
 
+// BEND and TWIRL compute their angles another way than the formula and fall back on it near
+// rounding ties; here the formula, taken literally, against every pixel of a picture large
+// enough for the vector loops and several threads, for ordinary and for extreme arguments.
+TEST(Deform, FastAnglesMatchTheFormulasEverywhere) {
+    const int w = 203, h = 151;
+    const int W1 = w - 1, H1 = h - 1, cx = W1 / 2, cy = H1 / 2;
+    const double kTwoPi = 6.283184051513672;
+    const double kDegree = 0.017453288659453392;
+    // Every destination takes its own source position's colour: a picture whose colour names
+    // its position tells the position back.
+    Bits picture(w, h);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x)
+            test::setPixel(picture, x, y, {x & 255, y & 255, (x >> 8) | (y >> 8) << 4, 0});
+    auto sourceOf = [&](const Bits& out, int x, int y) {
+        return std::pair{out(0, x, y) | (out(2, x, y) & 15) << 8, out(1, x, y) | (out(2, x, y) >> 4)
+                                                                                     << 8};
+    };
+    auto check = [&](const Bits& out, auto formula) {
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) {
+                const auto [sx, sy] = formula(x - cx, y - cy);
+                const bool in = sx >= 0 && sx <= W1 && sy >= 0 && sy <= H1;
+                const auto want = in ? std::pair{sx, sy} : std::pair{-1, -1};
+                const auto got = in ? sourceOf(out, x, y) : std::pair{-1, -1};
+                ASSERT_EQ(got, want) << x << ", " << y;
+                if (!in) {
+                    ASSERT_EQ(pixelAt(out, x, y), (Pixel{0, 0, 0, 0}));
+                }
+            }
+    };
+    for (const int radius : {0, 50, 333, -150}) {
+        SCOPED_TRACE(radius);
+        cBitFilter f = test::filterOn(picture, nullptr);
+        f.SetThreads(3);
+        const double k = static_cast<float>(radius / 100.0 + 2.0);
+        check(f.BEND(radius, true), [&](int dx, int dy) {
+            double t = -cBitFilter::PolarAngle(dy, dx);
+            if (dy < 0 || dx > 0) t += kTwoPi;
+            return std::pair{static_cast<int>(std::nearbyint(t * W1 / kTwoPi)),
+                             static_cast<int>(std::nearbyint(
+                                 H1 - k * std::sqrt(static_cast<double>(dx) * dx + dy * dy)))};
+        });
+    }
+    const int twirls[][2] = {{0, 0}, {20, 30}, {-45, 0}, {7, -270}, {1000000000, 10}, {3, 360}};
+    for (const auto& t : twirls) {
+        SCOPED_TRACE(::testing::Message() << t[0] << " " << t[1]);
+        cBitFilter f = test::filterOn(picture, nullptr);
+        f.SetThreads(3);
+        const double k = (t[0] / 10.0) / cx, off = t[1] * kDegree;
+        check(f.TWIRL(t[0], t[1], true), [&](int dx, int dy) {
+            const double r = std::nearbyint(
+                std::sqrt(static_cast<double>(dx) * dx + static_cast<double>(dy) * dy));
+            if (r == 0) return std::pair{cx, cy};
+            const double a = cBitFilter::PolarAngle(dx, dy) - r * k;
+            return std::pair{static_cast<int>(std::nearbyint(r * std::cos(a + off) + cx)),
+                             static_cast<int>(std::nearbyint(r * std::sin(a + off) + cy))};
+        });
+    }
+}
+
 } // namespace
 } // namespace velmar

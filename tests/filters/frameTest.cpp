@@ -83,7 +83,7 @@ TEST(FilterFrame, BitsCropMaskedKeepsTheSelectionAndMasksTheRest) {
     f.BitsRegion(&r);
     f.BitsCropMasked(source, 2, 2, 6, 6);
     ASSERT_EQ(f.BitsWidth(), 4);
-    EXPECT_EQ(pixelAt(f.BitsView(), 0, 0), pixelAt(source, 2, 2)); // (2, 2) is selected
+    EXPECT_EQ(pixelAt(f.BitsView(), 0, 0), pixelAt(source, 2, 2));       // (2, 2) is selected
     EXPECT_EQ(pixelAt(f.BitsView(), 3, 3), (test::Pixel{0, 0, 0, 255})); // (5, 5) is not
 }
 

@@ -139,5 +139,35 @@ TEST(Glass, OtherStylesCopyOneStalePosition) {
     }
 }
 
+// The slanting ripple takes its sine from the sine and cosine of the row's first counter value
+// and falls back on the sine itself near rounding ties: against the formula on every pixel of a
+// picture wide and tall enough for the vector loop and several threads, in an ellipse.
+TEST(Glass, SlantingMatchesTheFormulaEverywhere) {
+    const int w = 211, h = 97;
+    Bits picture(w, h);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x)
+            test::setPixel(picture, x, y, {x & 255, y, 1 + (x >> 8), 0});
+    const Region ellipse = Region::Ellipse(4, 2, 200, 95);
+    const IntRect box = ellipse.Box();
+    for (const int mode : {0, 1}) {
+        cBitFilter f = test::filterOn(picture, &ellipse);
+        f.SetThreads(3);
+        const Bits out = f.GLASS("slanting", static_cast<std::int16_t>(mode));
+        for (int y = box.top; y < box.bottom; ++y)
+            for (int x = box.left; x < box.right; ++x) {
+                const double n =
+                    static_cast<double>(y - box.top) * (box.right - box.left) + (x - box.left);
+                const int sx =
+                    mode == 0 ? static_cast<int>(std::nearbyint(x - 3 * std::sin(n))) : x;
+                const int sy =
+                    mode == 1 ? static_cast<int>(std::nearbyint(y - 10 * std::sin(n))) : y;
+                const Pixel want =
+                    ellipse.Contains(sx, sy) ? from(picture, x, y, sx, sy) : pixelAt(picture, x, y);
+                ASSERT_EQ(pixelAt(out, x, y), want) << mode << ": " << x << ", " << y;
+            }
+    }
+}
+
 } // namespace
 } // namespace velmar

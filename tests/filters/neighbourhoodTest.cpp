@@ -341,5 +341,71 @@ TEST(Neighbourhood, RunTimeErrorsLeaveThePictureAlone) {
     }
 }
 
+// The fast kernels (16-bit reciprocals, float emboss) against the formulas taken literally,
+// over every pixel of a varied picture wide and tall enough for the vector kernels and for
+// several threads.
+TEST(Neighbourhood, FastKernelsMatchTheFormulasEverywhere) {
+    const Bits picture = test::patterned(61, 40);
+    const Region ellipse = Region::Ellipse(1, 1, 60, 39);
+    auto c = [&](int ch, int x, int y) { return static_cast<std::int64_t>(picture(ch, x, y)); };
+    auto nSum = [&](int ch, int x, int y, bool eight) {
+        std::int64_t n = c(ch, x, y - 1) + c(ch, x - 1, y) + c(ch, x + 1, y) + c(ch, x, y + 1);
+        if (eight)
+            n += c(ch, x - 1, y - 1) + c(ch, x + 1, y - 1) + c(ch, x - 1, y + 1) +
+                 c(ch, x + 1, y + 1);
+        return n;
+    };
+    auto clamp = [](std::int64_t v) { return static_cast<int>(v < 0 ? 0 : v > 255 ? 255 : v); };
+    struct Formula {
+        const char* name;
+        int margin;
+        int maxLevel; // above it SOFTEN's quotients leave the byte
+        std::function<Bits(cBitFilter&, int)> run;
+        std::function<int(int, int, int, int)> value; // level, channel, x, y
+    };
+    const Formula formulas[] = {
+        {"SOFTEN", 1, 101, [](cBitFilter& f, int l) { return f.SOFTEN(l); },
+         [&](int l, int ch, int x, int y) {
+             return static_cast<int>((c(ch, x, y) * (101 - l) + nSum(ch, x, y, false)) / (105 - l));
+         }},
+        {"SHARPEN", 1, 1000, [](cBitFilter& f, int l) { return f.SHARPEN(l); },
+         [&](int l, int ch, int x, int y) {
+             return clamp((c(ch, x, y) * (124 - l) - 2 * nSum(ch, x, y, true)) / (108 - l));
+         }},
+        {"EDGEENHANCE", 0, 1000, [](cBitFilter& f, int l) { return f.EDGEENHANCE(l); },
+         [&](int l, int ch, int x, int y) {
+             return clamp((c(ch, x, y) * (l + 9) - nSum(ch, x, y, true)) / (l + 1));
+         }},
+    };
+    for (const Formula& fm : formulas)
+        for (const int level : {0, 1, 7, 30, 55, 99, 100, 101, 150, 250, -20}) {
+            if (level > fm.maxLevel) continue;
+            SCOPED_TRACE(std::string(fm.name) + " " + std::to_string(level));
+            cBitFilter f = test::filterOn(picture, &ellipse);
+            f.SetThreads(3);
+            const Bits out = fm.run(f, level);
+            const int margin = fm.margin; // pixels on the ring are left alone
+            const IntRect box = ellipse.Box();
+            for (int y = box.top + margin; y < box.bottom - margin; ++y)
+                for (int x = box.left + margin; x < box.right - margin; ++x)
+                    for (int ch = 0; ch < 3 && ellipse.Contains(x, y); ++ch)
+                        ASSERT_EQ(out(ch, x, y), fm.value(level, ch, x, y)) << x << ", " << y;
+        }
+    for (int weight = -60; weight <= 60; ++weight) {
+        SCOPED_TRACE(weight);
+        cBitFilter f = test::filterOn(picture, nullptr);
+        const Bits out = f.EMBOSS(weight);
+        for (int y = 0; y < 39; ++y)
+            for (int x = 0; x < 60; ++x) {
+                std::int64_t sum = 0;
+                for (int ch = 0; ch < 3; ++ch)
+                    sum += static_cast<std::int64_t>(std::nearbyint(std::fabs(
+                        static_cast<double>(c(ch, x, y) - c(ch, x + 1, y + 1)) * (weight / 10.0) +
+                        128)));
+                ASSERT_EQ(out(0, x, y), clamp(sum / 3)) << x << ", " << y;
+            }
+    }
+}
+
 } // namespace
 } // namespace velmar

@@ -2,13 +2,16 @@
 // selection.
 #include "filters/pixelCases.h"
 #include "pixel/RuntimeError.h"
+#include "pixel/colour.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <vector>
 
 namespace velmar {
 namespace {
@@ -222,6 +225,48 @@ TEST(ToneHue, ErrorsLeaveThePictureAlone) {
     EXPECT_EQ(pixelAt(f.COLORIZE(0, 1, 2), 1, 1), (Pixel{0, 0, 0, kMask}));
     f.Bits(flat(kGrey));
     EXPECT_EQ(pixelAt(f.RotateH(0, 200), 1, 1), (Pixel{90, 90, 90, kMask}));
+}
+
+// Every colour there is, once: blue, green, red from the position.
+Bits allColours() {
+    Bits b(4096, 4096);
+    for (int y = 0; y < 4096; ++y)
+        for (int x = 0; x < 4096; ++x)
+            test::setPixel(b, x, y, {x & 255, y & 255, (x >> 8) | ((y >> 8) << 4), 0});
+    return b;
+}
+
+// The eight-pixel kernels give what the one-pixel helpers give, bit for bit, for every colour.
+TEST(ToneHue, HueKernelsMatchTheColourHelpersForEveryColour) {
+    cBitFilter f;
+    f.Bits(allColours());
+    const Bits rotated = f.RotateH(37, 80);
+    const double dh = 37 / 16.67;
+    float hk = 0, sk = 0, lk = 0;
+    RGBToHLS(30, 160, 90, hk, sk, lk);
+    const Bits replaced = f.ReplaceHS(rgb({90, 160, 30}), rgb({0, 0, 0}), 30, 20, 100);
+    const std::int32_t tol2 = 16257; // round(127.5^2 + 1)
+    for (int y = 0; y < 4096; ++y)
+        for (int x = 0; x < 4096; ++x) {
+            const Pixel p = pixelAt(f.BitsView(), x, y);
+            float h = 0, s = 0, l = 0;
+            RGBToHLS(p[2], p[1], p[0], h, s, l);
+            float h2 = static_cast<float>(h + dh);
+            if (h2 > 5) h2 = h2 - 6;
+            std::int32_t r = 0, g = 0, b = 0;
+            HLSToRGB(h2, static_cast<float>(0.8 * s), l, r, g, b);
+            ASSERT_EQ(pixelAt(rotated, x, y), (Pixel{b, g, r, 0})) << x << ", " << y;
+
+            Pixel expected = p;
+            const int d2 =
+                (p[0] - 90) * (p[0] - 90) + (p[1] - 160) * (p[1] - 160) + (p[2] - 30) * (p[2] - 30);
+            if (std::fabs(h - hk) <= 0.3 && std::fabs(s - sk) <= 0.2 && d2 <= tol2)
+                for (int c = 0; c < 3; ++c)
+                    expected[static_cast<std::size_t>(c)] = static_cast<int>(std::nearbyint(
+                        -p[static_cast<std::size_t>(c)] * (1.0 - static_cast<double>(d2) / tol2) +
+                        p[static_cast<std::size_t>(c)]));
+            ASSERT_EQ(pixelAt(replaced, x, y), expected) << x << ", " << y;
+        }
 }
 
 } // namespace

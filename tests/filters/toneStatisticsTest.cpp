@@ -83,16 +83,15 @@ TEST(ToneStatistics, ContrastHandsTheOverflowOnInItsOrder) {
     setPixel(steep, 2, 1, {97, 100, 100, 2});
     setPixel(steep, 3, 1, {100, 100, 97, 3});
     cBitFilter h = test::filterOn(steep, &r);
-    expectPixels(
-        h.CONTRAST(10000),
-        {
-            // (402, 200, 200): b: d = 73 -> (255, 273, 273); g: d = 9 -> b 264, r 282, g 255;
-            // r: d = 13 -> (277, 268, 255). Round 2: all at least 255.
-            {1, 1, {255, 255, 255, 1}},
-            {2, 1, {0, 149, 149, 2}}, // (-103, 200, 200): b: d = -103 div 2 = -51
-            {3, 1, {149, 149, 0, 3}}, // (200, 200, -103): r: d = -51 to g and b
-            {3, 3, grey(200)},        // L[100] = 200
-        });
+    expectPixels(h.CONTRAST(10000),
+                 {
+                     // (402, 200, 200): b: d = 73 -> (255, 273, 273); g: d = 9 -> b 264, r 282, g
+                     // 255; r: d = 13 -> (277, 268, 255). Round 2: all at least 255.
+                     {1, 1, {255, 255, 255, 1}},
+                     {2, 1, {0, 149, 149, 2}}, // (-103, 200, 200): b: d = -103 div 2 = -51
+                     {3, 1, {149, 149, 0, 3}}, // (200, 200, -103): r: d = -51 to g and b
+                     {3, 3, grey(200)},        // L[100] = 200
+                 });
 }
 
 TEST(ToneStatistics, WideAndNarrowSpansAgree) {
