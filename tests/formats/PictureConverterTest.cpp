@@ -82,7 +82,9 @@ TEST(PictureConverterPalettes, SizesAndKnownEntriesOfEachMode) {
         EXPECT_EQ(p[c.index], c.entry)
             << std::hex << c.mode << " at " << std::dec << c.bits << " entry " << c.index;
         for (const auto& e : p) // web-safe, with no repeats: every multiple of 51
-            if (c.mode == kPaletteWebSafe) EXPECT_EQ(e.red % 51 + e.green % 51 + e.blue % 51, 0);
+            if (c.mode == kPaletteWebSafe) {
+                EXPECT_EQ(e.red % 51 + e.green % 51 + e.blue % 51, 0);
+            }
         // The halftone table is the desktop's and repeats black and white; ours do not.
         if (p.size() == 256 && p[9] == PaletteColour{166, 202, 240}) continue;
         // No colour twice: a repeated entry wastes a slot of the table.

@@ -264,12 +264,19 @@ TEST(GatewayLoad, IconsAndCursorsGiveTheirLargestImage) {
 // refused before the library sees it.
 TEST(GatewayLoad, FilesTheLibraryWouldMisreadAreRefusedBeforeItSeesThem) {
     using B = std::vector<std::uint8_t>;
-    const auto psdHeader = [](B body) {
+    const auto psdHeader = [](const B& body) {
         B psd = {'8', 'B', 'P', 'S', 0, 1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0,
                  0,   0,   4,   0,   8, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
         for (const std::uint8_t b : body)
             psd.push_back(b);
         return psd;
+    };
+    // A Targa file ending in a footer whose extension offset is `offset`.
+    const auto withTgaFooter = [](B tga, char offset) {
+        const char footer[] = "?\0\0\0\0\0\0\0TRUEVISION-XFILE.";
+        tga.insert(tga.end(), footer, footer + 26);
+        tga[tga.size() - 26] = static_cast<std::uint8_t>(offset);
+        return tga;
     };
     const struct {
         const char* what;
@@ -292,13 +299,7 @@ TEST(GatewayLoad, FilesTheLibraryWouldMisreadAreRefusedBeforeItSeesThem) {
          B{0, 0, 1, 0,  1, 0, 1, 1,  0, 0, 1, 0, 1, 0, 8,
            0, 0, 0, 22, 0, 0, 0, 40, 0, 0, 0, 1, 0, 0, 0}},
         {"a Targa whose footer points past the file", "tga",
-         [] {
-             B tga = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1, 0, 24, 0, 1, 2, 3};
-             const char footer[] = "\x51\0\0\0\0\0\0\0TRUEVISION-XFILE.";
-             for (int i = 0; i < 26; ++i)
-                 tga.push_back(static_cast<std::uint8_t>(footer[i]));
-             return tga;
-         }()},
+         withTgaFooter({0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1, 0, 24, 0, 1, 2, 3}, 0x51)},
         {"a Targa packet running past the last pixel (the decoder overruns its buffer)", "tga",
          [] {
              B tga = {0, 0, 11, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 2, 0, 8, 0, 0x1E};
@@ -306,18 +307,13 @@ TEST(GatewayLoad, FilesTheLibraryWouldMisreadAreRefusedBeforeItSeesThem) {
              return tga;
          }()},
         {"a Targa postage stamp larger than the file (the loader reads past its buffer)", "tga",
-         [] {
+         [&] {
              B tga = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1, 0, 24, 0, 1, 2, 3, 255, 255};
-             B extension(495, 0);
-             extension[0] = 239; // its size, 495
-             extension[1] = 1;
-             extension[486] = 21; // the stamp's offset
-             for (const std::uint8_t c : extension)
-                 tga.push_back(c);
-             const char footer[] = "\x17\0\0\0\0\0\0\0TRUEVISION-XFILE.";
-             for (int i = 0; i < 26; ++i)
-                 tga.push_back(static_cast<std::uint8_t>(footer[i]));
-             return tga;
+             tga.resize(tga.size() + 495, 0);
+             tga[23] = 239; // the extension's size, 495
+             tga[24] = 1;
+             tga[23 + 486] = 21; // the stamp's offset
+             return withTgaFooter(tga, 0x17);
          }()},
         {"a one-bit TIFF with its planes apart (the library stops the program on an assertion)",
          "tif",
@@ -329,8 +325,7 @@ TEST(GatewayLoad, FilesTheLibraryWouldMisreadAreRefusedBeforeItSeesThem) {
                  for (const std::uint8_t c : B{std::uint8_t(tag), std::uint8_t(tag >> 8), 3, 0, 1,
                                                0, 0, 0, std::uint8_t(value), 0, 0, 0})
                      tif.push_back(c);
-             for (const std::uint8_t c : B{0, 0, 0, 0, 0xAA})
-                 tif.push_back(c);
+             tif.insert(tif.end(), {0, 0, 0, 0, 0xAA});
              return tif;
          }()},
         {"a Sun raster naming a 4 GB colour map (the loader reads it a byte at a time)", "ras",
