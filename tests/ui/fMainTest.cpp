@@ -9,9 +9,11 @@
 #include "shell/settingsFile.h"
 #include "shell/setupStore.h"
 #include "shell/ui/QtUserPort.h"
+#include "shell/ui/printPicture.h"
 #include "support/RecordingPort.h"
 #include "support/TempFolder.h"
 #include "support/cliRuns.h"
+#include "support/files.h"
 #include "support/qtModal.h"
 
 #include <QAction>
@@ -22,11 +24,14 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMessageBox>
+#include <QPrinter>
 #include <QPushButton>
 #include <QSlider>
 #include <QTest>
 
 #include <gtest/gtest.h>
+
+#include <regex>
 
 namespace velmar {
 namespace {
@@ -293,6 +298,30 @@ TEST(fMain, ACommandThatFailsBeyondItsOwnMessagesSaysWhy) {
     editor.trigger("INVERT");
     EXPECT_TRUE(shown.contains("Temp")) << shown.toStdString();
     EXPECT_EQ(editor.app->Documents().size(), 1u);
+}
+
+// Print puts the picture on one page, read back by poppler.
+TEST(fMain, PrintingMakesOnePageWithThePicture) {
+    Editor editor;
+    ASSERT_TRUE(editor.app->User_File(editor.picture("p.bmp", 60, 40)));
+    QPrinter printer(QPrinter::HighResolution);
+    const std::string pdf = (editor.folder / "print.pdf").string();
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(QString::fromStdString(pdf));
+    ASSERT_TRUE(PrintPicture(printer, editor.active()));
+    const std::string info = (editor.folder / "info.txt").string();
+    ASSERT_EQ(test::run("pdfinfo '" + pdf + "' > '" + info + "'"), 0);
+    const std::vector<std::uint8_t> text = test::readFile(info);
+    const std::string shown(text.begin(), text.end());
+    EXPECT_TRUE(std::regex_search(shown, std::regex("Pages:\\s+1\\n"))) << shown;
+    // The page carries the picture itself, 60 by 40 pixels.
+    ASSERT_EQ(test::run("pdfimages -list '" + pdf + "' > '" + info + "'"), 0);
+    const std::vector<std::uint8_t> images = test::readFile(info);
+    const std::string listed(images.begin(), images.end());
+    EXPECT_TRUE(std::regex_search(listed, std::regex("image\\s+60\\s+40\\s"))) << listed;
+
+    fImage& empty = editor.app->NewDocument();
+    EXPECT_FALSE(PrintPicture(printer, empty));
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include "shell/ui/commandIcons.h"
 #include "shell/ui/fPreferencesDialog.h"
 #include "shell/ui/fSplash.h"
+#include "shell/ui/printPicture.h"
 #include "shell/ui/sideTools.h"
 #include "shell/ui/sizeDialogWindows.h"
 
@@ -24,6 +25,8 @@
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QMimeData>
+#include <QPrintDialog>
+#include <QPrinter>
 #include <QProgressBar>
 #include <QScreen>
 #include <QStatusBar>
@@ -359,6 +362,17 @@ bool fMain::runDialog(std::string_view form, int argument) {
         fResolutionDialog(app_, this).exec();
     } else if (form == "fPreferences") {
         fPreferencesDialog(app_.Setup, port_, this).exec();
+    } else if (form == "PRINTERSETUP") {
+        QPrintDialog dialog(&printer(), this);
+        dialog.setWindowTitle("Printer Set up");
+        dialog.exec();
+    } else if (form == "fPrint") {
+        fImage* doc = nullptr;
+        if (!app_.GetActiveImage(doc) || !doc->PictureExists()) return true;
+        QPrintDialog dialog(&printer(), this);
+        if (dialog.exec() == QDialog::Accepted && !PrintPicture(printer(), *doc))
+            port_.MsgBox("The picture could not be printed.", MsgIcon::Warning, MsgButtons::Ok,
+                         kAppTitle);
     } else if (form == "fFilter") {
         fImage* doc = nullptr;
         if (!app_.GetActiveImage(doc) || !doc->PictureExists()) return true;
@@ -377,6 +391,12 @@ bool fMain::runDialog(std::string_view form, int argument) {
     }
     RefreshFrame();
     return true;
+}
+
+// One printer for the whole run, so that the set-up chosen stays for the next print.
+QPrinter& fMain::printer() {
+    if (!printer_) printer_ = std::make_unique<QPrinter>(QPrinter::HighResolution);
+    return *printer_;
 }
 
 void fMain::Progress(int percent) {

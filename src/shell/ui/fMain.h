@@ -11,6 +11,7 @@
 
 #include <array>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -22,6 +23,7 @@ class QMenu;
 class QProgressBar;
 class QToolBar;
 class QDockWidget;
+class QPrinter;
 
 namespace velmar {
 
@@ -96,6 +98,7 @@ class fMain final : public QMainWindow {
     void sideToolsAutoHide();
     void storeLayouts(class SettingsFile& settings) const;
     bool runDialog(std::string_view form, int argument);
+    QPrinter& printer();
 
     Application& app_;
     QtUserPort& port_;
@@ -115,6 +118,7 @@ class fMain final : public QMainWindow {
     QDockWidget* sideDock_ = nullptr;
     QTimer hoverTimer_; // the side tools' hide-and-seek
     bool closing_ = false;
+    std::unique_ptr<QPrinter> printer_;
 };
 
 } // namespace velmar
