@@ -125,7 +125,7 @@ TEST_F(FilterDialog, MovingASliderRendersTheDestinationAtOnce) {
     dlg.show();
     QWidget& dst = child<QWidget>(dlg, "iDst");
     QWidget& src = child<QWidget>(dlg, "isrc");
-    EXPECT_TRUE(showsPicture(dst, original)); // nothing ran yet
+    EXPECT_TRUE(showsPicture(dst, original)); // level 0 changes nothing
     // No event loop between the move and the look: the preview is not waiting on a timer.
     child<QSlider>(dlg, "slider0").setValue(50);
     EXPECT_EQ(child<QLabel>(dlg, "value0").text(), "50");
@@ -133,6 +133,16 @@ TEST_F(FilterDialog, MovingASliderRendersTheDestinationAtOnce) {
     EXPECT_TRUE(showsPicture(src, original));
     EXPECT_EQ(doc.UndoPos(), 1);
     EXPECT_TRUE(test::samePixels(doc.Shown(), original));
+}
+
+// The destination shows the starting values' effect as soon as the dialog opens: Colorize's
+// defaults change every pixel.
+TEST_F(FilterDialog, TheDestinationShowsTheDefaultsAtOnce) {
+    fFilterDialog dlg(doc, 0, port);
+    dlg.show();
+    EXPECT_FALSE(showsPicture(child<QWidget>(dlg, "iDst"), original));
+    EXPECT_TRUE(showsPicture(child<QWidget>(dlg, "isrc"), original));
+    EXPECT_EQ(doc.UndoPos(), 1);
 }
 
 TEST_F(FilterDialog, OkAfterRealTimeAppliesTheFilterOnce) {

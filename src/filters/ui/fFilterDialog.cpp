@@ -166,6 +166,13 @@ fFilterDialog::fFilterDialog(FilterDocument& document, int index, UserPort& port
         });
         markerTimer_->start(kMarkerBlinkMs);
     }
+    // The destination shows the starting values' effect at once. A filter that fails on this
+    // picture says so at the user's first change instead of before the dialog has appeared.
+    try {
+        logic_.ApplyFilter(logic_.Index());
+    } catch (const RuntimeError&) {
+    } catch (const std::bad_alloc&) {
+    }
     showValues();
 }
 
