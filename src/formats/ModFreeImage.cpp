@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
+#include <mutex>
 #include <system_error>
 #include <thread>
 
@@ -128,15 +129,32 @@ Run clip(int at, int length, int limit) {
 
 } // namespace
 
-FreeImageSession::FreeImageSession(ModFreeImage& messagesTo) : previous_(tMessagesTo) {
+namespace {
+std::mutex& libraryUsers() {
+    static std::mutex users;
+    return users;
+}
+} // namespace
+
+void FreeImageOpen() {
+    const std::lock_guard<std::mutex> turn(libraryUsers());
     FreeImage_Initialise(FALSE);
+}
+
+void FreeImageClose() {
+    const std::lock_guard<std::mutex> turn(libraryUsers());
+    FreeImage_DeInitialise();
+}
+
+FreeImageSession::FreeImageSession(ModFreeImage& messagesTo) : previous_(tMessagesTo) {
+    FreeImageOpen();
     FreeImage_SetOutputMessage(onLibraryMessage);
     tMessagesTo = &messagesTo;
 }
 
 FreeImageSession::~FreeImageSession() {
     tMessagesTo = previous_;
-    FreeImage_DeInitialise();
+    FreeImageClose();
 }
 
 void ModFreeImage::RecordError(std::string_view Text, bool Keep) {

@@ -35,6 +35,12 @@ using LibraryImage = std::unique_ptr<FIBITMAP, LibraryImageUnloader>;
 
 // The library initialised (plug-ins included) for one operation; its messages go to the
 // LastError of the ModFreeImage that opened the session until the session ends.
+// The library's own count of its users is a plain integer: two threads opening or closing
+// at once could unload it under a third. Every use opens and closes it through these, which
+// take turns.
+void FreeImageOpen();
+void FreeImageClose();
+
 class FreeImageSession {
   public:
     explicit FreeImageSession(ModFreeImage& messagesTo);

@@ -1,5 +1,6 @@
 // BMP through FreeImage: the quantized picture is laid into a FreeImage bitmap of the BMP's
 // depth and saved to memory, so the file itself is written by ReplaceFile like every other.
+#include "formats/ModFreeImage.h"
 #include "formats/converterParts.h"
 
 #include <FreeImage.h>
@@ -14,8 +15,8 @@ namespace {
 // FreeImage is initialised and de-initialised around each use; its own count keeps the
 // library alive for other users in between.
 struct FreeImageSession {
-    FreeImageSession() { FreeImage_Initialise(FALSE); }
-    ~FreeImageSession() { FreeImage_DeInitialise(); }
+    FreeImageSession() { FreeImageOpen(); }
+    ~FreeImageSession() { FreeImageClose(); }
     FreeImageSession(const FreeImageSession&) = delete;
     FreeImageSession& operator=(const FreeImageSession&) = delete;
 };

@@ -32,6 +32,11 @@ CliCommand dialogCommand();
 CliCommand gifFramesCommand();
 CliCommand gifFrameCommand();
 CliCommand runCommand();
+CliCommand pdfCommand();
+CliCommand batchCommand();
+CliCommand iconsCommand();
+CliCommand resourcesCommand();
+CliCommand frxCommand();
 
 // All commands, in the order --help lists them.
 const std::vector<CliCommand>& allCommands();

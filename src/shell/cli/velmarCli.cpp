@@ -25,7 +25,9 @@ const std::vector<CliCommand>& allCommands() {
     // Commands join this table as their subsystems are built.
     static const std::vector<CliCommand> commands = {
         convertCommand(),  depthCommand(),  encodeCommand(), gifFramesCommand(),
-        gifFrameCommand(), filterCommand(), dialogCommand(), runCommand()};
+        gifFrameCommand(), filterCommand(), dialogCommand(), runCommand(),
+        pdfCommand(),      batchCommand(),  iconsCommand(),  resourcesCommand(),
+        frxCommand()};
     return commands;
 }
 
