@@ -2,6 +2,7 @@
 
 #include "extract/ByteView.h"
 #include "extract/ExtractError.h"
+#include "extract/iconEntry.h"
 #include "formats/gateway.h"
 #include "pixel/RuntimeError.h"
 
@@ -27,13 +28,7 @@ struct IconSource {
 };
 
 IconDirectoryEntry entryFrom(const ByteView& bytes, std::uint64_t at) {
-    IconDirectoryEntry e;
-    e.Width = bytes.u8(at);
-    e.Height = bytes.u8(at + 1);
-    e.ColorCount = bytes.u8(at + 2);
-    e.Reserved = bytes.u8(at + 3);
-    e.Planes = bytes.u16(at + 4);
-    e.BitCount = bytes.u16(at + 6);
+    IconDirectoryEntry e = ReadIconEntryHead(bytes, at);
     e.BytesInRes = bytes.u32(at + 8);
     e.ImageOffset = bytes.u32(at + 12);
     return e;

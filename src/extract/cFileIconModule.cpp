@@ -5,6 +5,7 @@
 #include "extract/ExtractError.h"
 #include "extract/cFileIcon.h"
 #include "extract/cResources.h"
+#include "extract/iconEntry.h"
 
 #include <new>
 
@@ -43,13 +44,7 @@ bool cFileIcon::LoadIconFromEXE(const cResources& module, const ResourceId& id) 
     try {
         for (std::uint64_t i = 0; i < header_.Count; ++i) {
             const std::uint64_t at = 6 + i * kGroupEntrySize;
-            IconDirectoryEntry e;
-            e.Width = bytes.u8(at);
-            e.Height = bytes.u8(at + 1);
-            e.ColorCount = bytes.u8(at + 2);
-            e.Reserved = bytes.u8(at + 3);
-            e.Planes = bytes.u16(at + 4);
-            e.BitCount = bytes.u16(at + 6);
+            IconDirectoryEntry e = ReadIconEntryHead(bytes, at);
             const auto image = module.ResourceData(kIconType, ResourceId(bytes.u16(at + 12)));
             // Icons of one group are distinct resources, so together they fit in the module;
             // more means the group names the same bytes again and again.

@@ -13,9 +13,7 @@
 #include <fstream>
 #include <set>
 
-namespace velmar::cli {
-CliCommand batchCommand();
-}
+namespace velmar::cli {}
 
 namespace velmar {
 namespace {

@@ -14,8 +14,6 @@
 
 namespace velmar::cli {
 
-CliCommand pdfCommand();
-
 namespace {
 
 using test::TempFolder;

@@ -17,10 +17,6 @@
 #include <map>
 #include <numeric>
 
-namespace velmar::cli {
-CliCommand frxCommand();
-} // namespace velmar::cli
-
 namespace velmar {
 namespace {
 

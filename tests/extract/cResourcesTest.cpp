@@ -6,16 +6,12 @@
 #include "extract/cFileIcon.h"
 #include "extract/peBuilder.h"
 #include "pixel/RuntimeError.h"
+#include "shell/cli/CliCommand.h"
 #include "support/TempFolder.h"
 #include "support/cliRuns.h"
 #include "support/files.h"
 
 #include <gtest/gtest.h>
-
-namespace velmar::cli {
-CliCommand iconsCommand();
-CliCommand resourcesCommand();
-} // namespace velmar::cli
 
 namespace velmar {
 namespace {
