@@ -337,11 +337,20 @@ std::vector<ini::Section> parse(std::string_view text) {
 }
 
 std::vector<ini::Section> readSections(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return {};
-    const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    if (in.bad()) return {};
-    return parse(text);
+    // Only a plain file is read: the stream library throws on reading a folder, which is an
+    // unreadable store like any other.
+    std::error_code ec;
+    if (!fs::is_regular_file(path, ec)) return {};
+    try {
+        std::ifstream in(path, std::ios::binary);
+        if (!in) return {};
+        const std::string text{std::istreambuf_iterator<char>(in),
+                               std::istreambuf_iterator<char>()};
+        if (in.bad()) return {};
+        return parse(text);
+    } catch (const std::ios_base::failure&) {
+        return {};
+    }
 }
 
 std::string format(const std::vector<ini::Section>& sections) {

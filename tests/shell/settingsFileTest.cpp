@@ -1,4 +1,5 @@
 #include "shell/settingsFile.h"
+#include "port/ReplaceFile.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -33,6 +34,14 @@ TEST(SettingsFile, MissingFileIsEmptyAndAPlainSettingIsWrittenPlainly) {
     settings.Save();
     EXPECT_EQ(readText(app / "Velmar.ini"), "[VeKes]\nRunOnce=1\n");
     EXPECT_EQ(std::distance(fs::directory_iterator(app.path()), fs::directory_iterator()), 1);
+
+    // A folder under the file's name reads as an empty store, and Save says it cannot write.
+    TempFolder blocked;
+    fs::create_directory(blocked / "Velmar.ini");
+    SettingsFile refused(blocked.path());
+    EXPECT_FALSE(refused.Value(kSettingsSection, "RunOnce"));
+    refused.SetValue(kSettingsSection, "RunOnce", "1");
+    EXPECT_THROW(refused.Save(), FileWriteError);
 }
 
 TEST(SettingsFile, ReadsWhatQSettingsWritesAndSkipsWhatItCannotRead) {

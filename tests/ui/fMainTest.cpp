@@ -16,6 +16,7 @@
 #include "support/files.h"
 #include "support/qtModal.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QDialogButtonBox>
 #include <QFileDialog>
@@ -28,6 +29,7 @@
 #include <QPushButton>
 #include <QSlider>
 #include <QTest>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -322,6 +324,33 @@ TEST(fMain, PrintingMakesOnePageWithThePicture) {
 
     fImage& empty = editor.app->NewDocument();
     EXPECT_FALSE(PrintPicture(printer, empty));
+}
+
+// A settings file that cannot be written is reported, and a changed picture still asks before
+// the frame closes.
+TEST(fMain, UnwritableSettingsDoNotCloseAChangedPictureUnasked) {
+    Editor editor;
+    ASSERT_TRUE(editor.app->User_File(editor.picture("p.bmp", 8, 8)));
+    editor.trigger("INVERT");
+    std::filesystem::create_directory(editor.folder / "Velmar.ini");
+    QStringList seen;
+    QTimer answerer;
+    QObject::connect(&answerer, &QTimer::timeout, [&] {
+        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            seen << box->text();
+            if (QAbstractButton* no = box->button(QMessageBox::No))
+                no->click();
+            else
+                box->button(QMessageBox::Ok)->click();
+        }
+    });
+    answerer.start(10);
+    EXPECT_TRUE(editor.frame->close());
+    answerer.stop();
+    ASSERT_GE(seen.size(), 2);
+    EXPECT_TRUE(seen[0].contains("Velmar.ini")) << seen[0].toStdString();
+    EXPECT_TRUE(seen[1].startsWith("This image has changed.")) << seen[1].toStdString();
+    EXPECT_TRUE(editor.app->Documents().empty());
 }
 
 } // namespace

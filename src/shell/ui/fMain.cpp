@@ -582,7 +582,16 @@ void fMain::RefreshFrame() {
 void fMain::closeEvent(QCloseEvent* event) {
     const FrameState frame{toTwips(width()), toTwips(height()), isMinimized(), isMaximized()};
     const auto layouts = [this](SettingsFile& settings) { storeLayouts(settings); };
-    QueryUnloadFrame(app_, frame, layouts);
+    // Settings that cannot be written are reported, and the documents still ask their
+    // questions: nothing may close unasked because a settings file was refused.
+    const auto reportFailure = [this](const std::exception& e) {
+        port_.MsgBox(e.what(), MsgIcon::Critical, MsgButtons::Ok, kAppTitle);
+    };
+    try {
+        QueryUnloadFrame(app_, frame, layouts);
+    } catch (const std::exception& e) {
+        reportFailure(e);
+    }
     // Each document asks its own question; one Cancel keeps the frame open.
     while (!app_.Documents().empty()) {
         if (!app_.CloseDocument(*app_.Documents().back())) {
@@ -592,8 +601,11 @@ void fMain::closeEvent(QCloseEvent* event) {
         }
     }
     if (palette_->isVisible()) storeBoxPlace();
-    UnloadFrame(app_, layouts);
-    closing_ = true;
+    try {
+        UnloadFrame(app_, layouts);
+    } catch (const std::exception& e) {
+        reportFailure(e);
+    }
     event->accept();
 }
 

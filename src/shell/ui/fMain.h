@@ -117,7 +117,6 @@ class fMain final : public QMainWindow {
     SideTools* sideTools_ = nullptr;
     QDockWidget* sideDock_ = nullptr;
     QTimer hoverTimer_; // the side tools' hide-and-seek
-    bool closing_ = false;
     std::unique_ptr<QPrinter> printer_;
 };
 
