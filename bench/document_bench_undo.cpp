@@ -4,6 +4,7 @@
 //
 // The saves run past ten states, so the steady state includes the rotation (one file dropped,
 // ten renamed), as a long editing session has it.
+#include "benchFolder.h"
 #include "document/fImage.h"
 
 #include <benchmark/benchmark.h>
@@ -25,24 +26,7 @@ namespace {
 
 constexpr int kW = 6000, kH = 4000;
 
-class BenchFolder {
-  public:
-    BenchFolder() {
-        std::string pattern = "/tmp/velmar-bench-undo-XXXXXX";
-        if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-        path_ = pattern;
-    }
-    BenchFolder(const BenchFolder&) = delete;
-    BenchFolder& operator=(const BenchFolder&) = delete;
-    ~BenchFolder() {
-        std::error_code ec;
-        std::filesystem::remove_all(path_, ec);
-    }
-    const std::filesystem::path& path() const { return path_; }
-
-  private:
-    std::filesystem::path path_;
-};
+using bench::BenchFolder;
 
 // The same bytes, one open, one write, one close, overwriting one file, as the simplest program
 // would. It pays for truncating its previous content (on ext4 also a write-out at the close of a

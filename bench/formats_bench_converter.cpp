@@ -1,5 +1,6 @@
 // The GIF save path: an adaptive 256-colour GIF of a 6000 x 4000 photograph-like picture, and
 // ImageMagick's "convert in.ppm -colors 256 out.gif" on the same picture for comparison.
+#include "benchFolder.h"
 #include "formats/PictureConverter.h"
 
 #include <benchmark/benchmark.h>
@@ -49,23 +50,10 @@ const Bits& photo() {
 }
 
 // A private folder for the two pictures and the outputs, removed when the program ends.
-struct BenchFolder {
-    std::filesystem::path path;
-    BenchFolder() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "velmar-bench-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) std::abort();
-        path = pattern;
-    }
-    ~BenchFolder() {
-        std::error_code ec;
-        std::filesystem::remove_all(path, ec);
-    }
-};
 
 const std::filesystem::path& benchFolder() {
-    static const BenchFolder folder;
-    return folder.path;
+    static const bench::BenchFolder folder;
+    return folder.path();
 }
 
 void BM_ConvertAdaptiveGif256(benchmark::State& state) {

@@ -180,9 +180,13 @@ std::vector<cFrxItem> ScanFrxItems(std::span<const std::uint8_t> File) {
     while (p < L) {
         const RecordHeader h = readHeader(File, p);
         int type = kFrxBinary;
-        // Signatures are tested in place; only an item that is kept is copied.
-        if (h.length > 0 && h.length < size &&
-            static_cast<std::int64_t>(p) + h.size + h.length <= size)
+        // Signatures are tested in place; only an item that is kept is copied. A length is
+        // believable when it is at least 1 and its data fits behind the header (which also
+        // keeps it below the file's size). One unsigned comparison says both: in a stretch of
+        // unexplained bytes half the lengths are negative, and a branch on the sign alone
+        // would be mispredicted at every other byte.
+        const auto room = static_cast<std::uint64_t>(size - static_cast<std::int64_t>(p) - h.size);
+        if (static_cast<std::uint64_t>(h.length - 1) < room)
             type = FrxSignatureType(File.subspan(p + static_cast<std::size_t>(h.size),
                                                  static_cast<std::size_t>(h.length)));
         // An empty picture record is an item of its own; anything else that holds no picture
