@@ -56,6 +56,7 @@ fImage::fImage(int docNumber, std::filesystem::path tempFolder)
     : docNumber_(docNumber), tempFolder_(std::move(tempFolder)) {}
 
 void fImage::Bits(velmar::Bits picture) {
+    FinishUndoWrite();
     const bool resized = picture.Width() != bits_.Width() || picture.Height() != bits_.Height();
     bits_ = std::move(picture);
     live_ = {};
@@ -70,6 +71,7 @@ void fImage::SelectWholePicture() {
 }
 
 void fImage::CreateBlank(int width, int height) {
+    FinishUndoWrite();
     if (width < 1 || height < 1) return;
     bits_ = velmar::Bits(width, height);
     live_ = {};
@@ -80,6 +82,7 @@ void fImage::CreateBlank(int width, int height) {
 }
 
 bool fImage::SetPicture(const std::filesystem::path& file, std::string_view extension) {
+    FinishUndoWrite();
     // The extension chooses the route, never the content.
     std::optional<velmar::Bits> picture;
     if (LowerCase(ExtensionOf(file)) == LowerCase(extension)) {
@@ -102,6 +105,7 @@ bool fImage::SetPicture(const std::filesystem::path& file, std::string_view exte
 }
 
 void fImage::Clear() {
+    FinishUndoWrite();
     pictureExists_ = false;
     bits_ = {};
     live_ = {};

@@ -14,6 +14,7 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <future>
 #include <random>
 #include <string>
 #include <string_view>
@@ -83,7 +84,7 @@ class fImage final : public FilterDocument {
     // A document numbered docNumber (it names the undo files), keeping its undo states in
     // tempFolder (the application folder's "Temp").
     fImage(int docNumber, std::filesystem::path tempFolder);
-    ~fImage() override = default;
+    ~fImage() override;
     fImage(const fImage&) = delete;
     fImage& operator=(const fImage&) = delete;
 
@@ -100,7 +101,11 @@ class fImage final : public FilterDocument {
 
     // ---- The picture ----------------------------------------------------------------------
     bool PictureExists() const noexcept { return pictureExists_; }
-    velmar::Bits& Bits() noexcept { return bits_; }
+    // Waits for a state still being written (FinishUndoWrite), since the caller may change it.
+    velmar::Bits& Bits() {
+        FinishUndoWrite();
+        return bits_;
+    }
     const velmar::Bits& Bits() const noexcept { return bits_; }
     // The let: the array becomes the document's picture (its size may change; the caller sets
     // the region).
@@ -136,6 +141,14 @@ class fImage final : public FilterDocument {
     std::filesystem::path UndoFileName(int state) const;
     // Writes the present picture as state UndoPos, drops a dead redo branch, rotates at ten.
     void SaveUndoBits();
+    // The same on a second thread, for the first state of a picture just opened: its file is
+    // written while the window already shows the picture. Everything that changes the picture
+    // or the states waits for that write first, and a failed write is raised there, once, as
+    // SaveUndoBits would have raised it (FileWriteError), with the state not counted. A state
+    // that ends a redo branch or rotates the others is written at once.
+    void SaveUndoBitsInBackground();
+    // Waits for a state written on the second thread; raises its failure.
+    void FinishUndoWrite();
     // Load the state before the present one / after it; false when there is none.
     bool UndoBits();
     bool RedoBits();
@@ -204,6 +217,13 @@ class fImage final : public FilterDocument {
     // One entry per pixel of Bits, margin included: 65535 once the stroke painted it.
     std::vector<std::uint16_t> doneBits_;
     std::mt19937 random_{1};
+    // The state being written on the second thread (its error number, 0 when written) and the
+    // counters to go back to should it fail.
+    std::future<int> undoWrite_;
+    struct UndoCounters {
+        int pos = 0;
+        int top = 0;
+    } undoBeforeWrite_;
     DocumentView noView_;
     DocumentView* view_ = &noView_;
     StatusPanels* status_ = nullptr;

@@ -66,6 +66,7 @@ COLORREF fImage::BitsGetPixel(int x, int y) const {
 }
 
 void fImage::BitsPaint(int x, int y, COLORREF colour, int pressure) {
+    FinishUndoWrite();
     if (!pictureExists_) return;
     const Region* region = region_.Region();
     if (region == nullptr || !InPicture(bits_, x, y) || !region->Contains(x, y)) return;
@@ -73,6 +74,7 @@ void fImage::BitsPaint(int x, int y, COLORREF colour, int pressure) {
 }
 
 void fImage::BitsPaintPreMasked(int x, int y, COLORREF colour, int pressure) {
+    FinishUndoWrite();
     if (!pictureExists_ || !InPicture(bits_, x, y)) return;
     BlendPixel(&bits_(0, x, y), ColourBgr(colour), ClampPercent(pressure) / 100.0);
 }
@@ -84,6 +86,7 @@ void fImage::BitsPaintPreMasked(int x, int y, COLORREF colour, int pressure) {
 // the light ones leave the picture alone.
 void fImage::BitsBWMask(int x, int y, const PlainPicture& mask, int size, COLORREF colour,
                         int pressure) {
+    FinishUndoWrite();
     if (!pictureExists_) return;
     const Region* region = region_.Region();
     if (region == nullptr || mask.width < 1 || mask.height < 1) return;
@@ -120,6 +123,7 @@ void fImage::BitsBWMask(int x, int y, const PlainPicture& mask, int size, COLORR
 }
 
 void fImage::BitsBrush(int x, int y, int size, int pressure, COLORREF colour) {
+    FinishUndoWrite();
     if (!pictureExists_) return;
     const Region* region = region_.Region();
     if (region == nullptr) return;
@@ -133,6 +137,7 @@ void fImage::BitsBrush(int x, int y, int size, int pressure, COLORREF colour) {
 // dabs from painting twice.
 void fImage::BitsBrushLine(int x1, int y1, int x2, int y2, int size, int pressure,
                            COLORREF colour) {
+    FinishUndoWrite();
     if (!pictureExists_) return;
     const Region* region = region_.Region();
     if (region == nullptr) return;
@@ -151,6 +156,7 @@ void fImage::BitsBrushLine(int x1, int y1, int x2, int y2, int size, int pressur
 // pixel at full pressure (its distance from the centre is 0).
 void fImage::BitsAirbrush(int x, int y, int size, int pressure, int quantity, int definition,
                           COLORREF colour) {
+    FinishUndoWrite();
     if (!pictureExists_) return;
     const Region* region = region_.Region();
     if (region == nullptr) return;
@@ -171,6 +177,7 @@ void fImage::BitsAirbrush(int x, int y, int size, int pressure, int quantity, in
 }
 
 void fImage::BitsBrightness(int x, int y, int size, int amount, bool lighten) {
+    FinishUndoWrite();
     if (!pictureExists_) return;
     const Region* region = region_.Region();
     if (region == nullptr) return;
@@ -194,6 +201,7 @@ void fImage::BitsBrightness(int x, int y, int size, int amount, bool lighten) {
 }
 
 void fImage::BitsMasked(int x, int y, const PlainPicture& stamp, int size, int pressure) {
+    FinishUndoWrite();
     if (!pictureExists_) return;
     const Region* region = region_.Region();
     int tileW = 0, tileH = 0;
@@ -205,6 +213,7 @@ void fImage::BitsMasked(int x, int y, const PlainPicture& stamp, int size, int p
 // The segment is walked as BitsBrushLine walks it, one stamp dab at each step.
 void fImage::BitsMaskedLine(int x1, int y1, int x2, int y2, const PlainPicture& stamp, int size,
                             int pressure) {
+    FinishUndoWrite();
     if (!pictureExists_) return;
     const Region* region = region_.Region();
     int tileW = 0, tileH = 0;
@@ -221,6 +230,7 @@ void fImage::BitsMaskedLine(int x1, int y1, int x2, int y2, const PlainPicture& 
 // the plain mean of the four neighbours). Without overlay a pixel this stroke already softened
 // ends the brush's row there; with overlay it is softened again.
 void fImage::BitsSoften(int x, int y, int size, int amount, bool overlay) {
+    FinishUndoWrite();
     if (!pictureExists_) return;
     const Region* region = region_.Region();
     if (region == nullptr) return;
@@ -245,6 +255,7 @@ void fImage::BitsSoften(int x, int y, int size, int amount, bool overlay) {
 // The same in-place walk; the centre weighs 15 at amount 0 down to 8 at amount 100. A pixel the
 // stroke already sharpened is passed over (the walk goes on along its row).
 void fImage::BitsSharpen(int x, int y, int size, int amount) {
+    FinishUndoWrite();
     if (!pictureExists_) return;
     const Region* region = region_.Region();
     if (region == nullptr) return;

@@ -97,6 +97,7 @@ void floodWalk(Bits& bits, const Region& region, std::uint16_t* done, int sx, in
 // The seed is blended first and marked in the stroke table, so that the walk never comes back to
 // it and blends it twice when its new colour lies within the tolerance.
 void fImage::BitsFill(int x, int y, COLORREF colour, int tolerance, int pressure) {
+    FinishUndoWrite();
     if (!pictureExists_) return;
     const Region* region = region_.Region();
     if (region == nullptr || !InPicture(bits_, x, y) || !region->Contains(x, y)) return;
@@ -132,6 +133,7 @@ void fImage::BitsFill(int x, int y, COLORREF colour, int tolerance, int pressure
 // no one colour to compare with the seed, so there is no early stop here: the seed is blended
 // with its own stamp pixel and the walk always runs.
 void fImage::BitsFillTexture(int x, int y, const PlainPicture& stamp, int tolerance, int pressure) {
+    FinishUndoWrite();
     if (!pictureExists_) return;
     const Region* region = region_.Region();
     int tileW = 0, tileH = 0;

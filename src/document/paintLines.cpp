@@ -61,6 +61,7 @@ void cover(Bits& bits, const Region& region, double x, double y, const Bgr& colo
 } // namespace
 
 void fImage::BitsLine(int x1, int y1, int x2, int y2, COLORREF colour, int pressure) {
+    FinishUndoWrite();
     if (!pictureExists_) return;
     const Region* region = region_.Region();
     if (region == nullptr) return;
@@ -85,6 +86,7 @@ void fImage::BitsLine(int x1, int y1, int x2, int y2, COLORREF colour, int press
 }
 
 void fImage::BitsRectangle(int x1, int y1, int x2, int y2, COLORREF colour, int pressure) {
+    FinishUndoWrite();
     // Top, right, bottom, left, each from the corner where the last one ended.
     BitsLine(x1, y1, x2, y1, colour, pressure);
     BitsLine(x2, y1, x2, y2, colour, pressure);
@@ -97,6 +99,7 @@ void fImage::BitsRectangle(int x1, int y1, int x2, int y2, COLORREF colour, int 
 // part of where the vertices fall, and the 0.001 in the loop's end keeps the last side from
 // being lost to them. Fewer than one side draws nothing.
 void fImage::BitsPolygon(int cx, int cy, int vx, int vy, int sides, COLORREF colour, int pressure) {
+    FinishUndoWrite();
     if (!pictureExists_ || sides < 1) return;
     const double dx = static_cast<double>(vx) - cx;
     const double dy = static_cast<double>(vy) - cy;
@@ -132,6 +135,7 @@ void fImage::BitsPolygon(int cx, int cy, int vx, int vy, int sides, COLORREF col
 // pixel apart on the larger radius. The step is taken from the larger magnitude of the radii: a
 // shape dragged up or left gives negative radii, which draw the same ellipse.
 void fImage::BitsEllipse(int cx, int cy, int rx, int ry, COLORREF colour, int pressure) {
+    FinishUndoWrite();
     if (!pictureExists_) return;
     const Region* region = region_.Region();
     if (region == nullptr) return;

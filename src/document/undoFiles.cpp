@@ -15,6 +15,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
+#include <functional>
+#include <future>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -73,6 +75,25 @@ bool readAll(int fd, std::uint8_t* to, std::size_t size) {
     return true;
 }
 
+// Writes one state file: the header, then the pixels. 0 when it is complete; otherwise the
+// error number, and the part written is gone.
+int writeStateFile(const std::filesystem::path& name,
+                   const std::array<std::uint8_t, BitmapHeader::kSize>& header,
+                   const velmar::Bits& bits) {
+    // The old file goes first rather than being truncated: ext4 pushes a truncated and
+    // rewritten file to the disk at its close (its guard against zero-length files after a
+    // crash), which made an overwrite after an undo cost twice a fresh write.
+    ::unlink(name.c_str());
+    FileDescriptor fd(::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    if (fd.get() < 0) return errno;
+    int error = 0;
+    if (!writeAll(fd.get(), header.data(), header.size(), bits.Data(), bits.SizeBytes()))
+        error = errno;
+    if (fd.release() != 0 && error == 0) error = errno;
+    if (error != 0) ::unlink(name.c_str());
+    return error;
+}
+
 } // namespace
 
 std::filesystem::path fImage::UndoFileName(int state) const {
@@ -82,29 +103,48 @@ std::filesystem::path fImage::UndoFileName(int state) const {
     return tempFolder_ / (undoPrefix(docNumber_) + digits + ".dat");
 }
 
+fImage::~fImage() {
+    // The writer reads the pixels; it must be done before they go. Its outcome no longer
+    // matters to anybody.
+    if (undoWrite_.valid()) undoWrite_.get();
+}
+
+void fImage::FinishUndoWrite() {
+    if (!undoWrite_.valid()) return;
+    const int error = undoWrite_.get();
+    if (error == 0) return;
+    // The state was counted when the write began; a state without its file is no state.
+    undoPos_ = undoBeforeWrite_.pos;
+    undoTop_ = undoBeforeWrite_.top;
+    throw FileWriteError(UndoFileName(undoPos_), error);
+}
+
+void fImage::SaveUndoBitsInBackground() {
+    FinishUndoWrite();
+    // Only the plain case goes to the second thread: a state that neither ends a redo branch
+    // nor rotates the others is one new file and two counters, which a failure can take back.
+    if (!pictureExists_ || !bits_.IsAllocated() || undoPos_ != undoTop_ ||
+        undoPos_ > kUndoDepth - 1) {
+        SaveUndoBits();
+        return;
+    }
+    undoBeforeWrite_ = {undoPos_, undoTop_};
+    undoWrite_ = std::async(std::launch::async, writeStateFile, UndoFileName(undoPos_),
+                            header_.ToBytes(), std::cref(bits_));
+    ++undoPos_;
+    undoTop_ = undoPos_;
+}
+
 void fImage::SaveUndoBits() {
+    FinishUndoWrite();
     if (!pictureExists_ || !bits_.IsAllocated()) return;
 
-    // The present picture as state UndoPos, in place of any old file of that name.
+    // The present picture as state UndoPos, in place of any old file of that name. A state
+    // that cannot be written (full disk, folder gone) is not recorded: the counters stay, and
+    // the caller's error box says why.
     const std::filesystem::path name = UndoFileName(undoPos_);
-    const auto header = header_.ToBytes();
-    {
-        // The old file goes first rather than being truncated: ext4 pushes a truncated and
-        // rewritten file to the disk at its close (its guard against zero-length files after
-        // a crash), which made an overwrite after an undo cost twice a fresh write.
-        ::unlink(name.c_str());
-        FileDescriptor fd(::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-        // A state that cannot be written (full disk, folder gone) is not recorded: the counters
-        // stay, the part written is removed, and the caller's error box says why.
-        const auto fail = [&](int error) {
-            ::unlink(name.c_str());
-            throw FileWriteError(name, error);
-        };
-        if (fd.get() < 0) throw FileWriteError(name, errno);
-        if (!writeAll(fd.get(), header.data(), header.size(), bits_.Data(), bits_.SizeBytes()))
-            fail(errno);
-        if (fd.release() != 0) fail(errno);
-    }
+    if (const int error = writeStateFile(name, header_.ToBytes(), bits_); error != 0)
+        throw FileWriteError(name, error);
 
     // States after this one belonged to undone changes and can never be redone now.
     std::error_code ignored;
@@ -131,6 +171,7 @@ void fImage::SaveUndoBits() {
 }
 
 bool fImage::UndoBits() {
+    FinishUndoWrite();
     // State UndoPos - 1 is the picture on screen; the one before it is UndoPos - 2. At the first
     // state that is negative, and no file has such a number.
     const int state = undoPos_ - 2;
@@ -140,6 +181,7 @@ bool fImage::UndoBits() {
 }
 
 bool fImage::RedoBits() {
+    FinishUndoWrite();
     // Only states written by this document are redone. A file past UndoTop can only be left
     // over from an earlier run that died (document numbers restart with each run), and it holds
     // somebody else's picture.
@@ -192,6 +234,9 @@ bool fImage::loadUndoState(const std::filesystem::path& file) {
 }
 
 void fImage::DeleteUndoFiles() {
+    // A file still being written would be left behind; whether its write worked no longer
+    // matters.
+    if (undoWrite_.valid()) undoWrite_.wait();
     // Only "b" + this number + two digits + ".dat". A plain "b0003*.dat" would also take the
     // states of document 12345 for document 1234 (b1234501.dat), since numbers grow past four
     // digits in a long run.

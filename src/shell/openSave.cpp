@@ -95,7 +95,9 @@ bool Application::User_File(const std::string& file) {
     doc.SelectWholePicture();
     doc.Caption = MakeCaption(file);
     doc.Tag = bareName(file);
-    doc.SaveUndoBits();
+    // A big picture's first state is a write as long as a good part of the decode; it goes on
+    // while the window shows the picture, and the first change waits for it.
+    doc.SaveUndoBitsInBackground();
     AddRecent(file);
     FillRecent();
     ShowDocument(doc);

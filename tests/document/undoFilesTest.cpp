@@ -227,5 +227,35 @@ TEST_F(UndoFiles, NoPictureOrNoFolderRecordsNothing) {
     EXPECT_EQ(counters(lost), std::pair(0, 0));
 }
 
+// The first state of an opened picture is written on a second thread. Whatever changes the
+// picture first waits for it, so the state holds the picture as it was opened; a failed write
+// reaches the next change once, with the state not counted.
+TEST_F(UndoFiles, BackgroundStateIsThePictureBeforeTheFirstChange) {
+    // Big enough that the write is still going when the brush comes down on its last rows.
+    fImage big(6, folder.path());
+    big.CreateBlank(3000, 2000);
+    big.SelectWholePicture();
+    big.SaveUndoBitsInBackground();
+    EXPECT_EQ(counters(big), std::pair(1, 1));
+    big.BitsBrush(1500, 1990, 400, 100, 0xFFFFFF); // the rows written last
+    big.SaveUndoBits();
+    ASSERT_TRUE(big.UndoBits());
+    const Bits& first = big.Bits();
+    EXPECT_TRUE(std::all_of(first.Data(), first.Data() + first.SizeBytes(),
+                            [](std::uint8_t b) { return b == 0; }));
+
+    // A state that would drop a redo branch is written at once, as SaveUndoBits does.
+    big.SaveUndoBitsInBackground();
+    EXPECT_EQ(counters(big), std::pair(2, 2));
+    EXPECT_TRUE(fs::exists(big.UndoFileName(1)));
+
+    fImage lost(7, folder / "gone");
+    lost.CreateBlank(4, 4);
+    lost.SaveUndoBitsInBackground();
+    EXPECT_THROW(lost.BitsPaint(1, 1, 0xFF, 100), FileWriteError);
+    EXPECT_EQ(counters(lost), std::pair(0, 0));
+    EXPECT_NO_THROW(lost.BitsPaint(1, 1, 0xFF, 100));
+}
+
 } // namespace
 } // namespace velmar

@@ -81,7 +81,10 @@ TEST(Application, OpeningCaptionsAndClosing) {
     EXPECT_EQ(s.app.Documents()[0]->Caption, file);
     EXPECT_EQ(s.app.Documents()[1]->Caption, file + "[1]");
     EXPECT_EQ(s.app.Documents()[1]->Tag, "a.bmp");
-    // The first undo state is on disk for each: documents 0 and 1, state 0.
+    // The first undo state is on disk for each, once its write is through: documents 0 and 1,
+    // state 0.
+    for (const auto& doc : s.app.Documents())
+        doc->FinishUndoWrite();
     EXPECT_TRUE(std::filesystem::exists(s.folder / "Temp/b000000.dat"));
     EXPECT_TRUE(std::filesystem::exists(s.folder / "Temp/b000100.dat"));
 
