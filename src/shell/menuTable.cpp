@@ -231,7 +231,10 @@ constexpr MenuEntry kTools[] = {
 };
 
 constexpr MenuEntry kUtilities[] = {
+    {"ASCII To PDF", "PDF"},
     {"PostScript to PDF", "", A::DeadSoon},
+    {"Batch Converter", "BATCH"},
+    {"Image Extractor from EXE/DLL/FRX....", "ICONEXTRACTOR"},
 };
 
 constexpr MenuEntry kBarsMenu[] = {

@@ -30,6 +30,8 @@ class RecordingPort final : public UserPort {
     std::optional<std::string> saveAnswer;
     std::vector<FileDialogSetup> dialogs;
     std::vector<std::pair<std::string, int>> forms;
+    // The addresses and folders handed to the desktop to open.
+    std::vector<std::string> opened;
 
     MsgResult MsgBox(const std::string& text, MsgIcon icon, MsgButtons buttons,
                      const std::string& title) override {
@@ -65,6 +67,7 @@ class RecordingPort final : public UserPort {
         forms.emplace_back(std::string(form), argument);
         return true;
     }
+    void OpenUrl(const std::string& url) override { opened.push_back(url); }
     // The texts shown so far, in order.
     std::vector<std::string> texts() const {
         std::vector<std::string> t;

@@ -353,5 +353,21 @@ TEST(fMain, UnwritableSettingsDoNotCloseAChangedPictureUnasked) {
     EXPECT_TRUE(editor.app->Documents().empty());
 }
 
+TEST(fMain, UtilityWindowsOpenBesideTheFrameOnceEach) {
+    Editor editor;
+    for (const auto& [key, form] : {std::pair{"PDF", "fPDF"}, std::pair{"BATCH", "fBatchSave"},
+                                    std::pair{"ICONEXTRACTOR", "frmIconEx"}}) {
+        editor.trigger(key);
+        editor.trigger(key);
+        const QList<QWidget*> windows =
+            editor.frame->findChildren<QWidget*>(form, Qt::FindDirectChildrenOnly);
+        ASSERT_EQ(windows.size(), 1) << form;
+        EXPECT_TRUE(windows[0]->isWindow()) << form;
+        EXPECT_TRUE(windows[0]->isVisible()) << form;
+        EXPECT_FALSE(windows[0]->isModal()) << form;
+        windows[0]->close();
+    }
+}
+
 } // namespace
 } // namespace velmar

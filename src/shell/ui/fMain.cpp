@@ -15,6 +15,7 @@
 #include "shell/ui/printPicture.h"
 #include "shell/ui/sideTools.h"
 #include "shell/ui/sizeDialogWindows.h"
+#include "shell/ui/utilityWindows.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -344,6 +345,7 @@ bool fMain::ShowForm(std::string_view form, int argument) {
         RestoreLayouts();
         return true;
     }
+    if (ShowUtilityWindow(form, port_, this)) return true;
     return runDialog(form, argument);
 }
 

@@ -1,0 +1,52 @@
+#include "shell/ui/utilityWindows.h"
+
+#include "export/ui/fBatchSaveWindow.h"
+#include "export/ui/fPDFWindow.h"
+#include "extract/ui/frmIconExWindow.h"
+
+#include <QWidget>
+
+#include <functional>
+#include <string>
+
+namespace velmar {
+
+namespace {
+
+struct UtilityWindow {
+    std::string_view form;
+    std::function<QWidget*(UserPort&, QWidget*)> make;
+};
+
+const UtilityWindow kWindows[] = {
+    {"fPDF", [](UserPort& port, QWidget* frame) { return new fPDFWindow(port, frame); }},
+    {"fBatchSave",
+     [](UserPort& port, QWidget* frame) { return new fBatchSaveWindow(port, frame); }},
+    {"frmIconEx", [](UserPort& port, QWidget* frame) { return new frmIconExWindow(port, frame); }},
+};
+
+} // namespace
+
+bool ShowUtilityWindow(std::string_view form, UserPort& port, QWidget* frame) {
+    for (const UtilityWindow& w : kWindows) {
+        if (w.form != form) continue;
+        const QString name = QString::fromUtf8(form.data(), static_cast<qsizetype>(form.size()));
+        QWidget* window = frame->findChild<QWidget*>(name, Qt::FindDirectChildrenOnly);
+        if (window == nullptr) {
+            window = w.make(port, frame);
+            window->setObjectName(name);
+            window->setAttribute(Qt::WA_DeleteOnClose);
+            // A window of its own beside the frame (a main window would otherwise sit inside
+            // it), not a dialog that blocks it.
+            window->setWindowFlag(Qt::Window);
+            window->setWindowModality(Qt::NonModal);
+        }
+        window->show();
+        window->raise();
+        window->activateWindow();
+        return true;
+    }
+    return false;
+}
+
+} // namespace velmar
