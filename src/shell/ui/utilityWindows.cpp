@@ -4,6 +4,8 @@
 #include "export/ui/fPDFWindow.h"
 #include "extract/ui/frmIconExWindow.h"
 
+#include <QCoreApplication>
+#include <QFileInfo>
 #include <QWidget>
 
 #include <functional>
@@ -13,13 +15,26 @@ namespace velmar {
 
 namespace {
 
+// The text the PDF window starts on: the file the editor's own command line names, when it names
+// one. One surrounding pair of double quotes is dropped; the case is kept, since Linux file
+// names differ by case.
+QString commandLineFile() {
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() < 2) return {};
+    QString file = arguments.mid(1).join(' ');
+    if (file.size() >= 2 && file.startsWith('"') && file.endsWith('"'))
+        file = file.mid(1, file.size() - 2);
+    return QFileInfo(file).isFile() ? file : QString();
+}
+
 struct UtilityWindow {
     std::string_view form;
     std::function<QWidget*(UserPort&, QWidget*)> make;
 };
 
 const UtilityWindow kWindows[] = {
-    {"fPDF", [](UserPort& port, QWidget* frame) { return new fPDFWindow(port, frame); }},
+    {"fPDF",
+     [](UserPort& port, QWidget* frame) { return new fPDFWindow(port, frame, commandLineFile()); }},
     {"fBatchSave",
      [](UserPort& port, QWidget* frame) { return new fBatchSaveWindow(port, frame); }},
     {"frmIconEx", [](UserPort& port, QWidget* frame) { return new frmIconExWindow(port, frame); }},
