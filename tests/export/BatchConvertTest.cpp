@@ -38,15 +38,6 @@ std::filesystem::path writeBmp(const TempFolder& dir, const std::string& name, c
     return dir / name;
 }
 
-bool allGrey(const Bits& b) {
-    for (int y = 0; y < b.Height(); ++y)
-        for (int x = 0; x < b.Width(); ++x)
-            if (b(Bits::Red, x, y) != b(Bits::Green, x, y) ||
-                b(Bits::Green, x, y) != b(Bits::Blue, x, y))
-                return false;
-    return true;
-}
-
 TEST(BatchConvert, EveryFormatIndexWritesItsFormat) {
     if (!test::haveImageMagick()) GTEST_SKIP() << "ImageMagick is not installed";
     const TempFolder dir;
@@ -92,7 +83,7 @@ TEST(BatchConvert, EveryFormatIndexWritesItsFormat) {
             EXPECT_TRUE(test::sameColours(*back, source));
         }
         // "GreyScale" turns GIF and BMP grey and leaves every other format in colour.
-        EXPECT_EQ(allGrey(*back), c.grey);
+        EXPECT_EQ(test::allGrey(*back), c.grey);
     }
     EXPECT_EQ(identify(dir / "c0x0.gif", "%k"), "64");
 }
@@ -232,7 +223,7 @@ TEST(BatchCommand, ConvertsCountsAndRefuses) {
     const auto grey =
         run({"--grey", "--format", "0", "--out", out.path().string(), "--name", "g", a.string()});
     EXPECT_EQ(grey.code, 0);
-    EXPECT_TRUE(allGrey(*LoadPictureFile(out / "g1.gif", LoadSite::MainFrameOpen)));
+    EXPECT_TRUE(test::allGrey(*LoadPictureFile(out / "g1.gif", LoadSite::MainFrameOpen)));
 
     const auto noFolder = run({"--format", "9", "--name", "s", a.string()});
     EXPECT_EQ(noFolder.code, 2);

@@ -40,4 +40,14 @@ inline bool sameColours(const Bits& a, const Bits& b) {
     return true;
 }
 
+// Every pixel grey: red, green and blue equal.
+inline bool allGrey(const Bits& b) {
+    for (int y = 0; y < b.Height(); ++y)
+        for (int x = 0; x < b.Width(); ++x)
+            if (b(Bits::Red, x, y) != b(Bits::Green, x, y) ||
+                b(Bits::Green, x, y) != b(Bits::Blue, x, y))
+                return false;
+    return true;
+}
+
 } // namespace velmar::test

@@ -51,15 +51,6 @@ std::set<std::string> filesIn(const std::filesystem::path& folder) {
     return names;
 }
 
-bool allGrey(const Bits& b) {
-    for (int y = 0; y < b.Height(); ++y)
-        for (int x = 0; x < b.Width(); ++x)
-            if (b(Bits::Red, x, y) != b(Bits::Green, x, y) ||
-                b(Bits::Green, x, y) != b(Bits::Blue, x, y))
-                return false;
-    return true;
-}
-
 // Three pictures of different sizes and a text file the list must leave out.
 std::vector<Bits> writeSources(const TempFolder& source) {
     std::vector<Bits> pictures;
@@ -126,8 +117,8 @@ TEST(fBatchSaveWindow, SelectedRowsAreWrittenUnderTheirRowNumbers) {
     const auto grey = LoadPictureFile(target / "g1.bmp", LoadSite::Document);
     ASSERT_TRUE(grey.has_value());
     EXPECT_EQ(grey->Width(), 5);
-    EXPECT_TRUE(allGrey(*grey));
-    EXPECT_FALSE(allGrey(pictures[0]));
+    EXPECT_TRUE(test::allGrey(*grey));
+    EXPECT_FALSE(test::allGrey(pictures[0]));
 }
 
 TEST(fBatchSaveWindow, RefusalsAndAnEmptySelectionWriteNothing) {

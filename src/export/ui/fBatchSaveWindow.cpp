@@ -1,6 +1,7 @@
 #include "export/ui/fBatchSaveWindow.h"
 
 #include "export/BatchConvert.h"
+#include "shell/ui/widgetParts.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -32,16 +33,6 @@ namespace {
 
 enum Column { NameColumn, TypeColumn, SizeColumn, DateColumn };
 constexpr int kSourceRole = Qt::UserRole; // the row's file, as the list's text is only its name
-
-QString text(std::string_view s) {
-    return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size()));
-}
-
-QLineEdit* field(QWidget* owner, const char* name) {
-    auto* edit = new QLineEdit(owner);
-    edit->setObjectName(name);
-    return edit;
-}
 
 // Sizes in whole kilobytes rounded up, as file managers show them, so that a small picture
 // never reads "0 KB".
@@ -81,14 +72,14 @@ QComboBox* entryList(QWidget* owner, const char* name, const std::vector<QString
 std::vector<QString> formatEntries() {
     std::vector<QString> entries;
     for (const BatchFormat& format : BatchFormats())
-        entries.push_back(text(format.entry));
+        entries.push_back(QtText(format.entry));
     return entries;
 }
 
 std::vector<QString> colourEntries() {
     std::vector<QString> entries;
     for (std::string_view entry : BatchColourEntries())
-        entries.push_back(text(entry));
+        entries.push_back(QtText(entry));
     return entries;
 }
 
@@ -110,8 +101,9 @@ struct BusyCursor {
 
 fBatchSaveWindow::fBatchSaveWindow(UserPort& port, QWidget* parent)
     : QDialog(parent), port_(port), folders_(new QFileSystemModel(this)),
-      folderTree_(new QTreeView(this)), path_(field(this, "Path")), list_(new QTreeWidget(this)),
-      outputFolder_(field(this, "OutputFolder")), outputFile_(field(this, "OutputFile")),
+      folderTree_(new QTreeView(this)), path_(NamedLineEdit(this, "Path")),
+      list_(new QTreeWidget(this)), outputFolder_(NamedLineEdit(this, "OutputFolder")),
+      outputFile_(NamedLineEdit(this, "OutputFile")),
       formats_(entryList(this, "cboFiles", formatEntries(), kBatchOpeningFormat)),
       colours_(entryList(this, "Opt", colourEntries(), kBatchOpeningColour)),
       progress_(new QProgressBar(this)) {

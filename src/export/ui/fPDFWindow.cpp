@@ -1,5 +1,7 @@
 #include "export/ui/fPDFWindow.h"
 
+#include "shell/ui/widgetParts.h"
+
 #include <QComboBox>
 #include <QFileInfo>
 #include <QFontDatabase>
@@ -32,16 +34,6 @@ constexpr const char* kDoneQuestion =
 // font of that name itself; the standard ones are always there.
 constexpr const char* kFontWarning = "Some font families may not show in every PDF reader. If "
                                      "the text does not appear, use 'COURIER' or 'ARIAL'.";
-
-QString text(std::string_view s) {
-    return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size()));
-}
-
-QLineEdit* field(QWidget* owner, const char* name) {
-    auto* edit = new QLineEdit(owner);
-    edit->setObjectName(name);
-    return edit;
-}
 
 // A list of whole numbers from `first` to `last` that opens on `initial`.
 QComboBox* numberList(QWidget* owner, const char* name, int first, int last, int initial) {
@@ -91,18 +83,18 @@ QString PdfOutputFor(const QString& input) {
 }
 
 fPDFWindow::fPDFWindow(UserPort& port, QWidget* parent, const QString& initialInput)
-    : QDialog(parent), port_(port), filename_(field(this, "txtFilename")),
-      outputFile_(field(this, "txtOutputFile")), title_(field(this, "txtTitle")),
-      subject_(field(this, "txtSubject")), keywords_(field(this, "txtKeywords")),
-      author_(field(this, "txtAuthor")), creator_(field(this, "txtCreator")) {
+    : QDialog(parent), port_(port), filename_(NamedLineEdit(this, "txtFilename")),
+      outputFile_(NamedLineEdit(this, "txtOutputFile")), title_(NamedLineEdit(this, "txtTitle")),
+      subject_(NamedLineEdit(this, "txtSubject")), keywords_(NamedLineEdit(this, "txtKeywords")),
+      author_(NamedLineEdit(this, "txtAuthor")), creator_(NamedLineEdit(this, "txtCreator")) {
     setObjectName("fPDF");
     setWindowTitle("ASCII to PDF Generator");
 
     // The lists open on the writer's own defaults (Courier, 10 points, 8 by 11 inches), a page
     // of plain text that every reader shows.
     const PdfJob defaults;
-    creator_->setText(text(defaults.creator));
-    font_ = fontList(this, text(defaults.fontName));
+    creator_->setText(QtText(defaults.creator));
+    font_ = fontList(this, QtText(defaults.fontName));
     fontSize_ = numberList(this, "cmbFontSize", kSmallestFont, kLargestFont, defaults.fontSize);
     pageWidth_ = numberList(this, "cmbPageWidth", kSmallestPage, kLargestPage, defaults.pageWidth);
     pageHeight_ =
@@ -113,7 +105,7 @@ fPDFWindow::fPDFWindow(UserPort& port, QWidget* parent, const QString& initialIn
     connect(browseInputButton, &QPushButton::clicked, this, &fPDFWindow::browseInput);
     connect(browseOutputButton, &QPushButton::clicked, this, &fPDFWindow::browseOutput);
 
-    auto* asciiWarning = new QLabel(text(kPdfAsciiWarning), this);
+    auto* asciiWarning = new QLabel(QtText(kPdfAsciiWarning), this);
     asciiWarning->setObjectName("lblWarning");
     auto* fontWarning = new QLabel(kFontWarning, this);
     fontWarning->setObjectName("lblFontWarning");

@@ -1,5 +1,7 @@
 #include "shell/ui/fPreferencesDialog.h"
 
+#include "shell/ui/widgetParts.h"
+
 #include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QFileDialog>
@@ -15,13 +17,7 @@
 
 namespace velmar {
 
-namespace {
-
-QString text(std::string_view s) {
-    return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size()));
-}
-
-} // namespace
+namespace {} // namespace
 
 // The save-format choices are session-only: the setup record has no field for them and no file
 // keeps them, so they last until the program closes.
@@ -38,8 +34,8 @@ fPreferencesDialog::fPreferencesDialog(SetupRecord& record, UserPort& port, QWid
     setMinimumWidth(500);
     auto* tabs = new QTabWidget(this);
     tabs->addTab(generalTab(), "General");
-    tabs->addTab(saveImagesTab(), text(fPreferences::kSaveImagesTabCaption));
-    tabs->addTab(new QWidget(tabs), text(fPreferences::kSecondTabCaption));
+    tabs->addTab(saveImagesTab(), QtText(fPreferences::kSaveImagesTabCaption));
+    tabs->addTab(new QWidget(tabs), QtText(fPreferences::kSecondTabCaption));
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
@@ -54,7 +50,7 @@ QWidget* fPreferencesDialog::generalTab() {
     auto* layout = new QVBoxLayout(tab);
     for (std::size_t i = 0; i < flags_.size(); ++i) {
         const PreferenceFlagOption& option = fPreferences::kFlagOptions[i];
-        flags_[i] = new QCheckBox(text(option.caption), tab);
+        flags_[i] = new QCheckBox(QtText(option.caption), tab);
         flags_[i]->setObjectName(QString("chkFlag%1").arg(i));
         connect(flags_[i], &QCheckBox::toggled, this,
                 [this, &option](bool on) { logic_.SetChecked(option, on); });
@@ -71,7 +67,7 @@ QWidget* fPreferencesDialog::generalTab() {
     browse->setFixedWidth(browse->fontMetrics().horizontalAdvance("...") * 3);
     connect(browse, &QPushButton::clicked, this, [this] {
         const QString chosen = QFileDialog::getExistingDirectory(
-            this, text(fPreferences::kImagesFolderCaption), folder_->text());
+            this, QtText(fPreferences::kImagesFolderCaption), folder_->text());
         // New pictures' captions are the folder and the name joined as they stand, so the
         // folder keeps its closing separator.
         if (!chosen.isEmpty()) folder_->setText(chosen.endsWith('/') ? chosen : chosen + '/');
@@ -79,7 +75,7 @@ QWidget* fPreferencesDialog::generalTab() {
     auto* folderRow = new QHBoxLayout;
     folderRow->addWidget(folder_);
     folderRow->addWidget(browse);
-    layout->addWidget(new QLabel(text(fPreferences::kImagesFolderCaption), tab));
+    layout->addWidget(new QLabel(QtText(fPreferences::kImagesFolderCaption), tab));
     layout->addLayout(folderRow);
     layout->addStretch();
     return tab;

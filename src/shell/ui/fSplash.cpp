@@ -1,5 +1,6 @@
 #include "shell/ui/fSplash.h"
 
+#include "shell/ui/widgetParts.h"
 #include "shell/version.h"
 
 #include <QApplication>
@@ -17,12 +18,8 @@ namespace {
 
 constexpr QSize kArtworkSize{440, 240};
 
-QString text(std::string_view s) {
-    return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size()));
-}
-
 QString versionLine() {
-    return "Version " + text(productVersion());
+    return "Version " + QtText(productVersion());
 }
 
 // The artwork: a deep blue to violet gradient with a soft light band, the product's name,
@@ -48,7 +45,8 @@ void paintArtwork(QPainter& p, const QRect& area, const QString& footer) {
     p.setFont(title);
     p.setPen(Qt::white);
     const QRect titleArea(area.left() + 24, area.top() + 30, area.width() - 48, area.height() / 2);
-    p.drawText(titleArea, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap, text(productName()));
+    p.drawText(titleArea, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap,
+               QtText(productName()));
 
     QFont small = p.font();
     small.setPointSizeF(small.pointSizeF() / 2.2);
@@ -98,7 +96,7 @@ void fSplash::ShowAbout(QWidget* parent) {
     QDialog about(parent);
     about.setObjectName("fAbout");
     about.setWindowTitle("About Velmar Kestrin");
-    auto* name = new QLabel(text(productName()) + "\n" + versionLine(), &about);
+    auto* name = new QLabel(QtText(productName()) + "\n" + versionLine(), &about);
     name->setObjectName("lblVersion");
     name->setAlignment(Qt::AlignCenter);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok, &about);

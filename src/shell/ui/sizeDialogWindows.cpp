@@ -2,6 +2,7 @@
 
 #include "filters/cBitFilter.h"
 #include "pixel/ui/BitsImage.h"
+#include "shell/ui/widgetParts.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -32,10 +33,6 @@ constexpr int kMostSide = 1'000'000;
 constexpr QSize kPreviewBox{160, 120};
 // The orientation preview turns, so it fits a square to show both ways the same size.
 constexpr QSize kTurnBox{140, 140};
-
-QString text(std::string_view s) {
-    return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size()));
-}
 
 const Bits* activePicture(const Application& app) {
     fImage* doc = nullptr;
@@ -79,7 +76,7 @@ QComboBox* quickList(QWidget* owner) {
     auto* list = new QComboBox(owner);
     list->setObjectName("cbPreDef");
     for (std::string_view entry : fSize::kQuick)
-        list->addItem(text(entry));
+        list->addItem(QtText(entry));
     list->setCurrentIndex(-1);
     return list;
 }
@@ -113,7 +110,7 @@ void layOutFieldsAndPicture(QDialog* dialog, QLayout* fields, QWidget* picture,
 
 void name(QDialog* dialog, const char* form, std::string_view title) {
     dialog->setObjectName(form);
-    dialog->setWindowTitle(text(title));
+    dialog->setWindowTitle(QtText(title));
 }
 
 } // namespace
@@ -165,7 +162,7 @@ fNewDialog::fNewDialog(Application& app, QWidget* parent)
     auto* defaults = new QComboBox(this);
     defaults->setObjectName("cbDefault");
     for (std::string_view entry : fNew::kDefaults)
-        defaults->addItem(text(entry));
+        defaults->addItem(QtText(entry));
     connect(defaults, &QComboBox::currentIndexChanged, this, [this](int index) {
         logic_.cbDefault(index);
         fields_.Show();
@@ -327,7 +324,7 @@ fOrientationDialog::fOrientationDialog(Application& app, QWidget* parent)
     auto* orientation = new QComboBox(this);
     orientation->setObjectName("cbOrientation");
     for (std::string_view entry : fOrientation::kOrientations)
-        orientation->addItem(text(entry));
+        orientation->addItem(QtText(entry));
     orientation->setCurrentIndex(logic_.cbOrientation);
     connect(orientation, &QComboBox::currentIndexChanged, this, [this](int index) {
         logic_.cbOrientation = index;
@@ -442,7 +439,7 @@ fResolutionDialog::fResolutionDialog(Application& app, QWidget* parent)
     auto* presetLayout = new QVBoxLayout(presets);
     auto* group = new QButtonGroup(this);
     for (std::size_t i = 0; i < fResolution::kPresets.size(); ++i) {
-        auto* option = new QRadioButton(text(fResolution::kPresets[i]), presets);
+        auto* option = new QRadioButton(QtText(fResolution::kPresets[i]), presets);
         option->setObjectName(QString("optPreset%1").arg(i));
         int w = 0, h = 0;
         option->setChecked(ParseSizeEntry(fResolution::kPresets[i], w, h) && w == logic_.Width &&
