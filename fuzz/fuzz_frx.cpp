@@ -6,6 +6,7 @@
 // signature test of its own type, and two binary stretches never lie side by side (a skipped
 // run is one item).
 #include "extract/cFrxFile.h"
+#include "fuzzCheck.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -13,13 +14,7 @@
 #include <cstdlib>
 #include <span>
 
-namespace {
-
-void check(bool ok) {
-    if (!ok) std::abort();
-}
-
-} // namespace
+using velmar::fuzz::check;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace velmar;

@@ -7,6 +7,7 @@
 // entry keeps the directory's offsets consistent with the images behind it.
 #include "extract/ExtractError.h"
 #include "extract/cFileIcon.h"
+#include "fuzzCheck.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -17,9 +18,7 @@
 
 namespace {
 
-void check(bool ok) {
-    if (!ok) std::abort();
-}
+using velmar::fuzz::check;
 
 // Every entry's offset and size point at exactly its image in the model's file.
 void checkLayout(const velmar::cFileIcon& icon) {

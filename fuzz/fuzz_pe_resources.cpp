@@ -8,6 +8,7 @@
 #include "extract/PeResourceDirectory.h"
 #include "extract/cFileIcon.h"
 #include "extract/cResources.h"
+#include "fuzzCheck.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,13 +16,7 @@
 #include <span>
 #include <vector>
 
-namespace {
-
-void check(bool ok) {
-    if (!ok) std::abort();
-}
-
-} // namespace
+using velmar::fuzz::check;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace velmar;

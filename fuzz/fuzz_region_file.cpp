@@ -5,6 +5,7 @@
 // longs written out again are exactly its bytes; every rectangle it lists is selected at its
 // corners; the region rebuilt from its own rectangle list is the same region; and the span walk
 // agrees with the point test around every listed rectangle.
+#include "fuzzCheck.h"
 #include "pixel/Region.h"
 #include "pixel/RegionFile.h"
 #include "pixel/cBitRegion.h"
@@ -18,9 +19,7 @@
 
 namespace {
 
-void check(bool ok) {
-    if (!ok) std::abort();
-}
+using velmar::fuzz::check;
 
 // Walk and point test over a small window at (x, y).
 void compareWindow(const velmar::Region& r, int x, int y) {

@@ -5,6 +5,7 @@
 // pixels it promises, and the document then holds those very bytes; a refused one leaves the
 // document as it was, size, pixels and undo position.
 #include "document/fImage.h"
+#include "fuzzCheck.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -18,9 +19,7 @@
 
 namespace {
 
-void check(bool ok) {
-    if (!ok) std::abort();
-}
+using velmar::fuzz::check;
 
 // One folder for the whole run, removed when the fuzzer exits.
 struct RunFolder {

@@ -201,6 +201,17 @@ inline IconEntry entryFor(int width, int height, int bitCount) {
             static_cast<std::uint16_t>(bitCount)};
 }
 
+// The first 12 bytes an icon file's entry and a group icon's entry share: size, colours,
+// planes, bits and the image's length.
+inline void putEntryHead(Bytes& b, std::size_t at, const IconEntry& entry, std::size_t imageSize) {
+    b[at] = entry.width;
+    b[at + 1] = entry.height;
+    b[at + 2] = entry.colours;
+    put16(b, at + 4, entry.planes);
+    put16(b, at + 6, entry.bitCount);
+    put32(b, at + 8, static_cast<std::uint32_t>(imageSize));
+}
+
 // An .ico file: the images one after the other behind the directory.
 inline Bytes icoFile(const std::vector<IconEntry>& entries, const std::vector<Bytes>& images) {
     Bytes b;
@@ -210,12 +221,7 @@ inline Bytes icoFile(const std::vector<IconEntry>& entries, const std::vector<By
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const std::size_t at = 6 + 16 * i;
         b.resize(at + 16);
-        b[at] = entries[i].width;
-        b[at + 1] = entries[i].height;
-        b[at + 2] = entries[i].colours;
-        put16(b, at + 4, entries[i].planes);
-        put16(b, at + 6, entries[i].bitCount);
-        put32(b, at + 8, static_cast<std::uint32_t>(images[i].size()));
+        putEntryHead(b, at, entries[i], images[i].size());
         put32(b, at + 12, static_cast<std::uint32_t>(offset));
         offset += images[i].size();
     }
@@ -233,12 +239,7 @@ inline Bytes groupIcon(const std::vector<IconEntry>& entries, const std::vector<
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const std::size_t at = 6 + 14 * i;
         b.resize(at + 14);
-        b[at] = entries[i].width;
-        b[at + 1] = entries[i].height;
-        b[at + 2] = entries[i].colours;
-        put16(b, at + 4, entries[i].planes);
-        put16(b, at + 6, entries[i].bitCount);
-        put32(b, at + 8, static_cast<std::uint32_t>(images[i].size()));
+        putEntryHead(b, at, entries[i], images[i].size());
         put16(b, at + 12, ids[i]);
     }
     return b;
